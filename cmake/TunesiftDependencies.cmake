@@ -7,7 +7,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 find_package(Threads REQUIRED)
 find_package(Qt5 5.15 REQUIRED COMPONENTS Core Network)
-find_package(Boost 1.74 REQUIRED COMPONENTS thread system filesystem)
+find_package(Boost 1.74 REQUIRED COMPONENTS chrono thread system filesystem)
 
 find_package(PkgConfig REQUIRED)
 # libavformat 59, libavcodec 59, libavutil 57 and libswresample 4 are FFmpeg 5.x; the minor numbers are 5.1's.

@@ -9,7 +9,7 @@ target_compile_options(tunesift_common INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
     -ffp-contract=off)          # the same bits on machines with and without fused multiply-add
 target_link_libraries(tunesift_common INTERFACE
-    Qt5::Core Qt5::Network Boost::thread Boost::system Boost::filesystem Threads::Threads)
+    Qt5::Core Qt5::Network Boost::thread Boost::chrono Boost::system Boost::filesystem Threads::Threads)
 
 set(TUNESIFT_SANITIZE "" CACHE STRING "Sanitizers for all our targets, as in -fsanitize=")
 if(TUNESIFT_SANITIZE)

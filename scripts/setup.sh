@@ -8,7 +8,7 @@ packages=(
     clang clang-format clang-tidy libclang-rt-14-dev   # lint and libFuzzer
     # libraries
     qtbase5-dev
-    libboost-dev libboost-thread-dev libboost-system-dev libboost-filesystem-dev
+    libboost-dev libboost-chrono-dev libboost-thread-dev libboost-system-dev libboost-filesystem-dev
     libavformat-dev libavcodec-dev libavutil-dev libswresample-dev
     # tests and benchmarks
     libgtest-dev libgmock-dev libbenchmark-dev
