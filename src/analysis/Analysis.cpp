@@ -1,0 +1,57 @@
+#include "analysis/Analysis.h"
+
+#include "analysis/transientFrameSize.h"
+
+namespace {
+
+constexpr double kFirstBpm = 120.0;    // stands until the tempo is known
+constexpr float kHopsPerEntry = 6.0f;  // detector frames in one entry of the waveform
+
+double framesPerEntry(double sampleRate)
+{
+    return static_cast<double>(kHopsPerEntry) * transientFrameSize(static_cast<float>(sampleRate));
+}
+
+std::uint64_t lengthOf(const AnalysisSetup& setup)
+{
+    return setup.sampleCount > 0 ? static_cast<std::uint64_t>(setup.sampleCount) : 0;
+}
+
+}  // namespace
+
+Analysis::Analysis(const AnalysisSetup& setup)
+    : beatDetection_(std::make_unique<BeatDetection>(static_cast<float>(setup.sampleRate), setup.minimumBpm)),
+      beatGrid_(ebo::makeRef<BeatGrid>(setup.sampleRate, setup.sampleCount, 0.0, kFirstBpm)),
+      loudness_(ebo::makeRef<LoudnessAnalyzer>(setup.sampleRate)),
+      waveform_(ebo::makeRef<WaveformAnalyzer>(setup.sampleRate, framesPerEntry(setup.sampleRate),
+                                               lengthOf(setup), setup.overviewSize)),
+      sampleRate_(setup.sampleRate), sampleCount_(setup.sampleCount), bpm_(kFirstBpm)
+{}
+
+void Analysis::process(const boost::shared_array<float>& samples, std::uint32_t position, std::uint32_t count,
+                       bool isLast, StatusCallbackInterface* status)
+{
+    loudness_->process(samples.get(), count);
+    beatDetection_->transientDetection().process(samples.get(), count, position, this);
+    if (isLast)
+        finish(status);
+}
+
+void Analysis::finish(StatusCallbackInterface* status)
+{
+    float bpm = 0.0f;
+    float offset = 0.0f;
+    beatDetection_->analyze(&bpm, &offset, status);
+    bpm_ = bpm;
+    beatGrid_ = ebo::makeRef<BeatGrid>(sampleRate_, sampleCount_, offset, bpm_);
+    waveform_->flush();
+}
+
+void Analysis::rmsUpdate(std::uint32_t position, float* bands)
+{
+    for (std::uint32_t band = 0; band < WaveformAnalyzer::kBandCount; ++band)
+        bands[band] /= kHopsPerEntry;
+    waveform_->addBands(position, bands);
+}
+
+std::uint32_t Analysis::frameSize() const { return beatDetection_->transientDetection().getFrameSize(); }
