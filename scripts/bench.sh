@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Measures each stage alone (Google Benchmark) and the whole worker, on tracks that it makes itself.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh >&2
+cmake --preset release -DTUNESIFT_BENCH=ON >/dev/null
+cmake --build --preset release --target tunesift_bench make_track tunesift-worker >&2
+build/bin/tunesift_bench --benchmark_counters_tabular=true
+python3 bench/whole_process.py build/bin

@@ -1,0 +1,209 @@
+#include "analysis/BeatDetectionRunner.h"
+
+#include "analysis/Analysis.h"
+#include "analysis/BeatDataChunk.h"
+#include "analysis/TrackDataChunk.h"
+#include "analysis/WaveChunk.h"
+#include "analysis/keyText.h"
+#include "analysis/transientFrameSize.h"
+#include "formats/eboAudioFormatReader.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QElapsedTimer>
+#include <QEvent>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace {
+
+// The block loop covers the progress up to here; the rest belongs to the last stage of beat analysis.
+constexpr float kBlockLoopShare = 0.96f;
+
+// Analysis counts the frames of a track in 31 bits.
+constexpr std::uint32_t kLongestTrack = std::numeric_limits<std::int32_t>::max();
+
+// A file may announce any length and then hold next to nothing, and yet the wave of the missing rest is owed
+// to the host in one piece. Beyond this many entries, some eleven hours, the announcement is not believed.
+constexpr std::uint32_t kLongestFlush = 4U << 20;
+
+constexpr int kDefaultMinimumBpm = AnalysisPreferences{}.minimumBpm;
+
+/// The lower end of the tempo range if it can be searched at this rate, otherwise the default: the fold of
+/// the tempo search needs a beat of at least 64 frames at the highest tempo it tries, and its tempi must
+/// stay above 0.
+int searchableMinimumBpm(int minimumBpm, std::uint32_t sampleRate)
+{
+    constexpr int kLowest = 3;
+    constexpr std::int64_t kScanMargin = 3;
+    constexpr std::int64_t kShortestBeat = 64;
+    const std::int64_t highestTempo = 2 * std::int64_t{minimumBpm} + kScanMargin;
+    if (minimumBpm >= kLowest && highestTempo * kShortestBeat <= 60 * std::int64_t{sampleRate})
+        return minimumBpm;
+    qWarning() << "Tempo range from" << minimumBpm << "BPM cannot be searched at" << sampleRate
+               << "frames per second, taking" << kDefaultMinimumBpm;
+    return kDefaultMinimumBpm;
+}
+
+}  // namespace
+
+BeatDetectionRunner::BeatDetectionRunner(ebo::weakptr<ITrackData> track, SharedStopAnalysisFlag stopFlag)
+    : stopFlag_(std::move(stopFlag)), track_(std::move(track))
+{}
+
+BeatDetectionRunner::~BeatDetectionRunner() = default;
+
+bool BeatDetectionRunner::addProgress(float amount)
+{
+    if (stopFlag_->isRaised())
+        return false;
+    progress_ += amount;
+    Q_EMIT detectionProgress(double{progress_});
+    return true;
+}
+
+void BeatDetectionRunner::stopBeatDetection() { stopRequested_ = true; }
+
+void BeatDetectionRunner::process(QString path, AnalysisPreferences analysisPreferences, int overviewSize)
+{
+    QElapsedTimer timer;
+    timer.start();
+    Q_EMIT detectionStarted();
+
+    const auto reader = createReader();
+    if (!reader) {
+        qWarning() << "bool BeatDetectionRunner::createReader(const QString&, "
+                      "ebo::refptr<eboAudioFormatReader>&)"
+                   << "Failed to create a reader for file at:" << path;
+        Q_EMIT detectionError();
+        Q_EMIT finished();
+        return;
+    }
+
+    const std::uint32_t length = reader->length();
+    const std::uint32_t sampleRate = reader->sampleRate();
+    const auto analysis = ebo::makeRef<Analysis>(
+        AnalysisSetup{.sampleRate = static_cast<double>(sampleRate),
+                      .sampleCount = static_cast<std::int32_t>(length),
+                      .minimumBpm = searchableMinimumBpm(analysisPreferences.minimumBpm, sampleRate),
+                      .detectKey = analysisPreferences.detectKey,
+                      .overviewSize = static_cast<std::uint32_t>(overviewSize)});
+    Q_EMIT trackDataChunkProcessed(TrackDataChunk(sampleRate, length).serialize());
+
+    blockCount_ = ((length - 1) / kBlockSize) + 1;
+    lastBlockSize_ = length - (length - 1) / kBlockSize * kBlockSize;
+    if (length <= analysis->frameSize()) {
+        Q_EMIT detectionError();
+        return;  // without finished: the thread stays up until RunThreads joins it
+    }
+
+    const Outcome outcome = analyzeBlocks(*reader, *analysis);
+    if (outcome != Outcome::kComplete) {
+        if (outcome == Outcome::kStopped)
+            Q_EMIT detectionStopped();
+        else
+            Q_EMIT detectionError();
+        Q_EMIT finished();
+        return;
+    }
+
+    Q_EMIT trackDataChunkProcessed(TrackDataChunk(reader->sampleRate(), reader->length(),
+                                                  analysis->loudness().peakLevel(),
+                                                  keyNumber(analysis->key()))
+                                       .serialize());
+    QCoreApplication::processEvents();
+    Q_EMIT detectionFinished(double{static_cast<float>(analysis->bpm())});
+    Q_EMIT finished();
+    qDebug() << "Analyzed" << path << "in" << static_cast<float>(timer.elapsed()) / 1000.0f << "seconds";
+}
+
+ebo::refptr<eboAudioFormatReader> BeatDetectionRunner::createReader()
+{
+    const auto track = track_.promote();
+    if (!track)
+        return nullptr;
+    const auto reader = ebo::dynamicCast<eboAudioFormatReader>(track->createReader(true));
+    if (!reader || reader->length() == 0 || reader->length() > kLongestTrack ||
+        transientFrameSize(static_cast<float>(reader->sampleRate())) == 0)
+        return nullptr;
+    return reader;
+}
+
+bool BeatDetectionRunner::stopsNow()
+{
+    // process occupies the thread's event loop: only here can a queued stop arrive. The dispatcher alone does
+    // not see to one that was in the queue before process began; it waits for something new.
+    QCoreApplication::processEvents();
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    return stopRequested_;
+}
+
+BeatDetectionRunner::Outcome BeatDetectionRunner::analyzeBlocks(eboAudioFormatReader& reader,
+                                                                Analysis& analysis)
+{
+    // The transient detector may look one frame far into the buffer, however short the block.
+    const std::uint32_t bufferSize = std::max(kBlockSize, analysis.frameSize());
+    sampleBuffer_ = boost::shared_array<float>(new float[bufferSize]());
+    position_ = 0;
+
+    bool isLast = false;
+    for (std::uint32_t block = 0; !isLast; ++block) {
+        isLast = block == blockCount_ - 1;
+        if (stopsNow())
+            return Outcome::kStopped;
+
+        const std::uint32_t wanted = isLast ? lastBlockSize_ : kBlockSize;
+        const std::uint32_t received = readBlock(reader, wanted);
+        isLast = isLast || received < wanted;
+        const std::uint32_t missing = analysis.waveform().totalEntries() - analysis.waveform().entryCount();
+        if (received < wanted && missing > kLongestFlush) {
+            qWarning() << "The file ends at frame" << position_ + received << "of" << reader.length()
+                       << "announced";
+            return Outcome::kUnusable;
+        }
+
+        analysis.process(sampleBuffer_, position_, received, isLast, this);
+        emitNewChunks(analysis);
+        if (stopsNow())
+            return Outcome::kStopped;
+
+        position_ += wanted;
+        progress_ = static_cast<float>(block) * kBlockLoopShare / static_cast<float>(blockCount_ - 1);
+        Q_EMIT detectionProgress(double{progress_});
+    }
+    return Outcome::kComplete;
+}
+
+std::uint32_t BeatDetectionRunner::readBlock(eboAudioFormatReader& reader, std::uint32_t wanted)
+{
+    const std::uint32_t received = reader.readMono(sampleBuffer_.get(), position_, wanted);
+    if (received == 0)
+        qWarning() << "int BeatDetectionRunner::readBlock(ebo::refptr<eboAudioFormatReader>, size_t)"
+                   << "Received no samples at position" << position_;
+    else if (received < wanted)
+        qDebug() << "int BeatDetectionRunner::readBlock(ebo::refptr<eboAudioFormatReader>, size_t)"
+                 << "Failed to read file, expected" << wanted << ", but received:" << received
+                 << ", at position:" << position_;
+    return received;
+}
+
+void BeatDetectionRunner::emitNewChunks(Analysis& analysis)
+{
+    Q_EMIT beatDataChunkProcessed(beatDataChunk(analysis.beatGrid()));
+
+    WaveformAnalyzer& waveform = analysis.waveform();
+    const QByteArray overview =
+        waveChunk(waveform.overviewEntries(), waveform.overviewSize(),
+                  waveform.entriesPerOverviewEntry() * waveform.framesPerEntry(), waveform.overviewMaximum());
+    waveform.clearOverviewEntries();
+    if (!overview.isEmpty())
+        Q_EMIT overviewWaveChunkProcessed(overview);
+
+    const QByteArray highResolution = waveChunk(waveform.highResolutionEntries(), waveform.totalEntries(),
+                                                waveform.framesPerEntry(), waveform.highResolutionMaximum());
+    waveform.clearHighResolutionEntries();
+    if (!highResolution.isEmpty())
+        Q_EMIT highResolutionWaveChunkProcessed(highResolution);
+}

@@ -1,0 +1,49 @@
+#include "analysis/ITrackData.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace {
+
+constexpr double kRateWithoutReader = 44100.0;
+
+}  // namespace
+
+ITrackData::ITrackData(QString path, ebo::refptr<eboFileFormats> formats)
+    : path_(std::move(path)), formats_(std::move(formats))
+{}
+
+ITrackData::~ITrackData() = default;
+
+QString ITrackData::path() const { return path_; }
+
+double ITrackData::sampleRate()
+{
+    const std::lock_guard guard(readerMutex_);
+    const auto reader = cachedReader();
+    return reader ? static_cast<double>(reader->sampleRate()) : kRateWithoutReader;
+}
+
+std::int64_t ITrackData::length()
+{
+    const std::lock_guard guard(readerMutex_);
+    const auto reader = cachedReader();
+    return reader ? std::int64_t{reader->length()} : 0;
+}
+
+ebo::refptr<eboFormatReader> ITrackData::createReader(bool allowCreation)
+{
+    const std::lock_guard guard(readerMutex_);
+    if (reader_)
+        return reader_->clone();
+    if (!allowCreation)
+        throw std::runtime_error("Reader creation not allowed here.");
+    return cachedReader();
+}
+
+ebo::refptr<eboAudioFormatReader> ITrackData::cachedReader()
+{
+    if (!reader_ && formats_)
+        reader_ = ebo::dynamicCast<eboAudioFormatReader>(formats_->createReader(path_));
+    return reader_;
+}

@@ -1,0 +1,167 @@
+#include "app/BeatDetectorWorker.h"
+
+#include "analysis/TunesiftTrackDataFactory.h"
+#include "app/protocol/eboOfflineAnalysisProtocol.h"
+#include "app/protocol/messageIds.h"
+
+#include <QCoreApplication>
+#include <QHostAddress>
+#include <QtEndian>
+
+#include <array>
+#include <utility>
+
+using namespace eboOfflineAnalysisProtocol;
+
+namespace {
+
+template <typename Number>
+QByteArray littleEndian(Number value)
+{
+    std::array<char, sizeof(Number)> bytes;
+    qToLittleEndian(value, bytes.data());
+    return {bytes.data(), static_cast<int>(bytes.size())};
+}
+
+}  // namespace
+
+BeatDetectorWorker::BeatDetectorWorker(RunThreads& runThreads)
+    : socket_(new QTcpSocket(this)), fileFactory_(ebo::makeRef<eboFileFactory>()),
+      fileFormats_(ebo::makeRef<eboFileFormats>(fileFactory_)),
+      trackDataFactory_(ebo::makeRef<TunesiftTrackDataFactory>(fileFormats_, runThreads))
+{}
+
+BeatDetectorWorker::~BeatDetectorWorker()
+{
+    // The socket outlives the other members as a child and would report its end to an object half gone.
+    socket_->disconnect(this);
+}
+
+void BeatDetectorWorker::connectToHost(std::uint16_t port)
+{
+    QCoreApplication* application = QCoreApplication::instance();
+    connect(socket_, &QTcpSocket::connected, this, &BeatDetectorWorker::onSocketConnected);
+    connect(socket_, &QTcpSocket::disconnected, application, &QCoreApplication::quit);
+    connect(socket_, SIGNAL(error(QAbstractSocket::SocketError)), application, SLOT(quit()));
+    socket_->connectToHost(QHostAddress(QHostAddress::LocalHost), port, QIODevice::ReadWrite);
+    connect(this, &BeatDetectorWorker::finished, application, &QCoreApplication::quit);
+}
+
+void BeatDetectorWorker::onSocketConnected()
+{
+    connect(socket_, &QTcpSocket::readyRead, this, &BeatDetectorWorker::onReadyRead);
+}
+
+void BeatDetectorWorker::onReadyRead()
+{
+    // A send that waits lets the socket read on, inside the slot that sends. That slot comes to its end
+    // first; a start must not replace the track under its feet.
+    if (isSending_) {
+        commandsWait_ = true;
+        return;
+    }
+    for (auto [id, payload] = nextCommand(socket_); id != 0; std::tie(id, payload) = nextCommand(socket_)) {
+        switch (id) {
+        case kStart:
+            startAnalysis(payload);
+            break;
+        case kStop:
+            if (trackData_)
+                trackData_->stopBeatDetectionRunner();
+            break;
+        case kQuit:
+            Q_EMIT finished();
+            break;
+        default:
+            break;
+        }
+    }
+}
+
+int BeatDetectorWorker::startAnalysis(const QByteArray& payload)
+{
+    const auto preferences = AnalysisPreferences::fromPayload(payload);
+    const QString path = QString::fromUtf8(payload.mid(AnalysisPreferences::kRecordSize));
+
+    if (trackData_)
+        unrelayTrack();
+    trackData_ = trackDataFactory_->create(path);
+    relayTrack();
+    trackData_->startBeatDetectionRunner(preferences);
+    send(kStarted);
+    return 1;
+}
+
+void BeatDetectorWorker::relayTrack()
+{
+    const ITrackData* track = trackData_.get();
+    connect(track, &ITrackData::detectionProgress, this, &BeatDetectorWorker::onDetectionProgress);
+    connect(track, &ITrackData::detectionFinished, this, &BeatDetectorWorker::onDetectionFinished);
+    connect(track, &ITrackData::detectionError, this, &BeatDetectorWorker::onDetectionError);
+    connect(track, &ITrackData::detectionStopped, this, &BeatDetectorWorker::onDetectionStopped);
+    connect(track, &ITrackData::beatDataUpdated, this, &BeatDetectorWorker::onBeatDataUpdated);
+    connect(track, &ITrackData::trackDataUpdated, this, &BeatDetectorWorker::onTrackDataUpdated);
+    connect(track, &ITrackData::overviewWaveUpdated, this, &BeatDetectorWorker::onOverviewWaveUpdated);
+    connect(track, &ITrackData::highResolutionWaveUpdated, this,
+            &BeatDetectorWorker::onHighResolutionWaveUpdated);
+}
+
+void BeatDetectorWorker::unrelayTrack()
+{
+    const ITrackData* track = trackData_.get();
+    disconnect(track, &ITrackData::detectionProgress, this, nullptr);
+    disconnect(track, &ITrackData::detectionFinished, this, nullptr);
+    disconnect(track, &ITrackData::detectionStopped, this, nullptr);
+    disconnect(track, &ITrackData::beatDataUpdated, this, nullptr);
+    disconnect(track, &ITrackData::trackDataUpdated, this, nullptr);
+    disconnect(track, &ITrackData::overviewWaveUpdated, this, nullptr);
+    disconnect(track, &ITrackData::highResolutionWaveUpdated, this, nullptr);
+}
+
+void BeatDetectorWorker::endRun() { trackData_.reset(); }
+
+void BeatDetectorWorker::onDetectionProgress(double progress)
+{
+    send(kProgress, littleEndian(static_cast<float>(progress)));
+}
+
+void BeatDetectorWorker::onDetectionStopped()
+{
+    send(kStopped);
+    endRun();
+}
+
+void BeatDetectorWorker::onDetectionError()
+{
+    // The one relay that a replaced track keeps; its late error must not end the run that replaced it.
+    if (sender() != trackData_.get())
+        return;
+    send(kError);
+    endRun();
+}
+
+void BeatDetectorWorker::onDetectionFinished(double bpm)
+{
+    send(kFinished, littleEndian(bpm));
+    endRun();
+}
+
+void BeatDetectorWorker::onBeatDataUpdated(QByteArray newChunk) { send(kBeatDataChunk, newChunk); }
+
+void BeatDetectorWorker::onTrackDataUpdated(QByteArray newChunk) { send(kTrackDataChunk, newChunk); }
+
+void BeatDetectorWorker::onOverviewWaveUpdated(QByteArray newChunk) { send(kOverviewWaveChunk, newChunk); }
+
+void BeatDetectorWorker::onHighResolutionWaveUpdated(QByteArray newChunk)
+{
+    send(kHighResolutionWaveChunk, newChunk);
+}
+
+void BeatDetectorWorker::send(quint32 messageId, const QByteArray& payload)
+{
+    isSending_ = true;
+    sendMessage(socket_, streamTag_, messageId, payload);
+    isSending_ = false;
+    if (std::exchange(commandsWait_, false))
+        QMetaObject::invokeMethod(this, &BeatDetectorWorker::onReadyRead, Qt::QueuedConnection);
+}

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "analysis/ITrackData.h"
+#include "analysis/ITrackDataFactory.h"
+#include "analysis/RunThreads.h"
+#include "file/eboFileFactory.h"
+#include "formats/eboFileFormats.h"
+#include "runtime/refptr.h"
+
+#include <QByteArray>
+#include <QObject>
+#include <QTcpSocket>
+
+#include <cstdint>
+
+/// The control object of the process: owns the connection to the host, turns its commands into runs, and
+/// relays to it what a run reports. It analyses nothing itself. Main thread only.
+///
+/// A second start while a run goes on replaces the run: the old track dies and so tells its run to stop, and
+/// what that run still reports reaches nobody.
+class BeatDetectorWorker : public QObject {
+    Q_OBJECT
+
+public:
+    /// @param runThreads  takes the threads of the runs; outlives the worker and all its tracks
+    explicit BeatDetectorWorker(RunThreads& runThreads);
+    ~BeatDetectorWorker() override;
+
+    /// Begins to connect to the host on the loopback address; does not wait. Losing the connection, or never
+    /// getting it, quits the application.
+    void connectToHost(std::uint16_t port);
+
+Q_SIGNALS:
+    /// The host has told the process to quit.
+    void finished();
+
+private Q_SLOTS:
+    void onSocketConnected();
+    void onReadyRead();
+    void onDetectionProgress(double progress);
+    void onDetectionStopped();
+    void onDetectionError();
+    void onDetectionFinished(double bpm);
+    void onBeatDataUpdated(QByteArray newChunk);
+    void onTrackDataUpdated(QByteArray newChunk);
+    void onOverviewWaveUpdated(QByteArray newChunk);
+    void onHighResolutionWaveUpdated(QByteArray newChunk);
+
+private:
+    int startAnalysis(const QByteArray& payload);
+    void relayTrack();
+    void unrelayTrack();
+    void endRun();
+    void send(quint32 messageId, const QByteArray& payload = {});
+
+    QTcpSocket* const socket_;
+    const ebo::refptr<eboFileFactory> fileFactory_;
+    const ebo::refptr<eboFileFormats> fileFormats_;
+    ebo::refptr<ITrackData> trackData_;  ///< Of the current run, or null.
+    const ebo::refptr<ITrackDataFactory> trackDataFactory_;
+    const std::uint32_t streamTag_ = 0;
+    bool isSending_ = false;
+    bool commandsWait_ = false;  ///< Arrived in the middle of a send.
+};
