@@ -66,7 +66,8 @@ bool BeatDetectionRunner::addProgress(float amount)
 
 void BeatDetectionRunner::stopBeatDetection() { stopRequested_ = true; }
 
-void BeatDetectionRunner::process(QString path, AnalysisPreferences analysisPreferences, int overviewSize)
+void BeatDetectionRunner::process(const QString& path, AnalysisPreferences analysisPreferences,
+                                  int overviewSize)
 {
     QElapsedTimer timer;
     timer.start();

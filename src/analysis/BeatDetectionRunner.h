@@ -43,7 +43,7 @@ public Q_SLOTS:
 
     /// The whole run. Ends with finished, except for a track that is not longer than one detector frame:
     /// that one reports detectionError and leaves its thread up.
-    void process(QString path, AnalysisPreferences analysisPreferences, int overviewSize);
+    void process(const QString& path, AnalysisPreferences analysisPreferences, int overviewSize);
 
 Q_SIGNALS:
     void finished();

@@ -146,13 +146,16 @@ void BeatDetectorWorker::onDetectionFinished(double bpm)
     endRun();
 }
 
-void BeatDetectorWorker::onBeatDataUpdated(QByteArray newChunk) { send(kBeatDataChunk, newChunk); }
+void BeatDetectorWorker::onBeatDataUpdated(const QByteArray& newChunk) { send(kBeatDataChunk, newChunk); }
 
-void BeatDetectorWorker::onTrackDataUpdated(QByteArray newChunk) { send(kTrackDataChunk, newChunk); }
+void BeatDetectorWorker::onTrackDataUpdated(const QByteArray& newChunk) { send(kTrackDataChunk, newChunk); }
 
-void BeatDetectorWorker::onOverviewWaveUpdated(QByteArray newChunk) { send(kOverviewWaveChunk, newChunk); }
+void BeatDetectorWorker::onOverviewWaveUpdated(const QByteArray& newChunk)
+{
+    send(kOverviewWaveChunk, newChunk);
+}
 
-void BeatDetectorWorker::onHighResolutionWaveUpdated(QByteArray newChunk)
+void BeatDetectorWorker::onHighResolutionWaveUpdated(const QByteArray& newChunk)
 {
     send(kHighResolutionWaveChunk, newChunk);
 }

@@ -41,10 +41,10 @@ private Q_SLOTS:
     void onDetectionStopped();
     void onDetectionError();
     void onDetectionFinished(double bpm);
-    void onBeatDataUpdated(QByteArray newChunk);
-    void onTrackDataUpdated(QByteArray newChunk);
-    void onOverviewWaveUpdated(QByteArray newChunk);
-    void onHighResolutionWaveUpdated(QByteArray newChunk);
+    void onBeatDataUpdated(const QByteArray& newChunk);
+    void onTrackDataUpdated(const QByteArray& newChunk);
+    void onOverviewWaveUpdated(const QByteArray& newChunk);
+    void onHighResolutionWaveUpdated(const QByteArray& newChunk);
 
 private:
     int startAnalysis(const QByteArray& payload);

@@ -149,9 +149,9 @@ QByteArray TestHost::workerErrorOutput() { return process_->readAllStandardError
 
 std::vector<std::uint32_t> ids(const std::vector<Message>& messages)
 {
-    std::vector<std::uint32_t> result;
-    for (const Message& message : messages)
-        result.push_back(message.id);
+    std::vector<std::uint32_t> result(messages.size());
+    std::transform(messages.begin(), messages.end(), result.begin(),
+                   [](const Message& message) { return message.id; });
     return result;
 }
 
