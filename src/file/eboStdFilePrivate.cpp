@@ -1,0 +1,168 @@
+#include "file/eboStdFilePrivate.h"
+
+#include "file/eboFile.h"
+#include "file/eboFileMasterLock.h"
+#include "file/openRegularFile.h"
+#include "runtime/logCategories.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include <sys/stat.h>
+
+namespace {
+
+QIODevice::OpenMode deviceMode(int flags)
+{
+    QIODevice::OpenMode mode = QIODevice::NotOpen;
+    const auto add = [&](eboFile::OpenFlag flag, QIODevice::OpenModeFlag deviceFlag) {
+        if ((flags & flag) != 0)
+            mode |= deviceFlag;
+    };
+    add(eboFile::OpenRead, QIODevice::ReadOnly);
+    add(eboFile::OpenWrite, QIODevice::WriteOnly);
+    add(eboFile::OpenAppend, QIODevice::Append);
+    add(eboFile::OpenTruncate, QIODevice::Truncate);
+    if ((flags & eboFile::OpenBinary) == 0)
+        mode |= QIODevice::Text;
+    return mode;
+}
+
+}  // namespace
+
+eboStdFilePrivate::eboStdFilePrivate(QByteArray path, std::shared_ptr<eboFileLock> fileLock)
+    : path_(std::move(path)), fileLock_(std::move(fileLock))
+{}
+
+eboStdFilePrivate::~eboStdFilePrivate()
+{
+    close();
+    if (fileLock_ == nullptr)
+        return;
+    if (const auto master = fileLock_->master())
+        master->leave(fileLock_);
+}
+
+bool eboStdFilePrivate::open(int flags)
+{
+    const auto refuse = [this](const QString& reason) {
+        qCDebug(ebo::log::fileStd) << "Failed to open file (" << name() << "). Error message is:" << reason;
+        return false;
+    };
+    if (device_.isOpen())
+        return refuse(QStringLiteral("The file is open already"));
+
+    const RegularFile file = openRegularFile(path_.constData(), deviceMode(flags));
+    if (file.descriptor < 0)
+        return refuse(file.error);
+    if (!device_.open(file.descriptor, file.mode, QFileDevice::AutoCloseHandle)) {
+        ::close(file.descriptor);
+        return refuse(device_.errorString());
+    }
+    if ((flags & eboFile::OpenWrite) != 0)
+        device_.seek(device_.size());
+    return true;
+}
+
+void eboStdFilePrivate::close()
+{
+    if (!device_.isOpen())
+        return;
+    if (lockLevel() != eboFileLock::Unlocked)
+        qCCritical(ebo::log::fileStd) << "File" << name() << "was not unlocked before close";
+    if (dirty_)
+        syncBeforeClose();
+    dirty_ = false;
+    device_.close();
+}
+
+void eboStdFilePrivate::syncBeforeClose()
+{
+    qCCritical(ebo::log::fileStd) << "Trying to sync file befor close";
+    if (lock(eboFileLock::Exclusive) == eboFileLock::SUCCESS) {
+        flush();
+        lock(eboFileLock::Unlocked);
+    } else {
+        qCCritical(ebo::log::fileStd) << "FAILED SYNCING FILE!" << name();
+    }
+}
+
+std::int64_t eboStdFilePrivate::read(void* buffer, std::int64_t size)
+{
+    if (!device_.isReadable() || size < 0)
+        return -1;
+    return device_.read(static_cast<char*>(buffer), size);
+}
+
+std::int64_t eboStdFilePrivate::write(const void* data, std::int64_t size)
+{
+    std::int64_t written = -1;
+    if (device_.isWritable() && size >= 0) {
+        dirty_ = true;
+        written = device_.write(static_cast<const char*>(data), size);
+        // Nothing stays in the device's buffer: other objects of this path see the bytes at once.
+        if (!device_.flush())
+            written = -1;
+    }
+    if (written < 0)
+        qCWarning(ebo::log::fileStd) << "Failed writing to file " << name()
+                                     << ": Error:" << device_.errorString();
+    return written;
+}
+
+bool eboStdFilePrivate::seek(std::int64_t position)
+{
+    return device_.isOpen() && position >= 0 && device_.seek(position);
+}
+
+int eboStdFilePrivate::sync()
+{
+    if (flush() != 0)
+        return -1;
+    dirty_ = false;
+    return 0;
+}
+
+int eboStdFilePrivate::flush() { return device_.isOpen() && device_.flush() ? 0 : -1; }
+
+std::int64_t eboStdFilePrivate::size() const
+{
+    if (device_.isOpen())
+        return device_.size();
+    struct stat status = {};
+    return ::stat(path_.constData(), &status) == 0 ? status.st_size : 0;
+}
+
+bool eboStdFilePrivate::truncate(std::int64_t newSize)
+{
+    if (newSize < 0)
+        return false;
+    return device_.isOpen() ? device_.resize(newSize) : ::truncate(path_.constData(), newSize) == 0;
+}
+
+int eboStdFilePrivate::deleteFile()
+{
+    if (device_.isOpen())
+        device_.close();
+    dirty_ = false;
+    return ::unlink(path_.constData()) == 0 ? 0 : -1;
+}
+
+eboFileLock::LockResult eboStdFilePrivate::lock(eboFileLock::Level level)
+{
+    return fileLock_ != nullptr ? fileLock_->request(level) : eboFileLock::FAILED;
+}
+
+eboFileLock::Level eboStdFilePrivate::lockLevel() const
+{
+    return fileLock_ != nullptr ? fileLock_->level() : eboFileLock::Unlocked;
+}
+
+std::shared_ptr<eboFileLock> eboStdFilePrivate::createSiblingLock() const
+{
+    const auto master = fileLock_ != nullptr ? fileLock_->master() : nullptr;
+    return master != nullptr ? master->createLock() : nullptr;
+}

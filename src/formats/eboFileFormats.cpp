@@ -1,0 +1,35 @@
+#include "formats/eboFileFormats.h"
+
+#include "formats/eboAudioFormatReader.h"
+#include "formats/ffmpegFormat.h"
+#include "runtime/logCategories.h"
+
+#include <exception>
+#include <utility>
+
+eboFileFormats::eboFileFormats(ebo::refptr<eboFileFactory> factory)
+    : eboFileFormats(std::move(factory), {ffmpegFormat()})
+{}
+
+eboFileFormats::eboFileFormats(ebo::refptr<eboFileFactory> factory, std::vector<FormatEntry> entries)
+    : factory_(factory ? std::move(factory) : ebo::makeRef<eboFileFactory>()), entries_(std::move(entries))
+{}
+
+ebo::refptr<eboFormatReader> eboFileFormats::createReader(const QString& path)
+{
+    for (const FormatEntry& entry : entries_) {
+        if (!entry.canRead(path))
+            continue;
+        try {
+            return ebo::dynamicCast<eboAudioFormatReader>(entry.createReader(path, factory_));
+        } catch (const eboFormatReader::FileUnsupported& refusal) {
+            qCDebug(ebo::log::fileFormats)
+                << "Failed to create reader for file" << path << ":" << refusal.what();
+        } catch (const std::exception& error) {
+            qCDebug(ebo::log::fileFormats) << "Couldn't open" << path << ". Error:" << error.what();
+            return nullptr;
+        }
+    }
+    qCWarning(ebo::log::fileFormats) << "Failed to find a suitable reader for" << path;
+    return nullptr;
+}

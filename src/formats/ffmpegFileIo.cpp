@@ -1,0 +1,65 @@
+#include "formats/ffmpegFileIo.h"
+
+#include "formats/eboFormatReader.h"
+
+#include <algorithm>
+
+extern "C" {
+#include <libavutil/error.h>
+#include <libavutil/mem.h>
+}
+
+namespace {
+
+constexpr int kBufferBytes = 4096;  // the unit in which remote files deliver
+
+}  // namespace
+
+ffmpegFileIo::ffmpegFileIo(eboFile& file)
+{
+    file.seek(0);
+    auto* buffer = static_cast<unsigned char*>(av_malloc(kBufferBytes));
+    if (buffer != nullptr)
+        context_.reset(avio_alloc_context(buffer, kBufferBytes, 0, &file, &read, nullptr, &seek));
+    if (context_ == nullptr) {
+        av_free(buffer);
+        throw eboFormatReader::FileUnsupported("FFMPEG");
+    }
+}
+
+void ffmpegFileIo::FreeContext::operator()(AVIOContext* context) const
+{
+    av_freep(static_cast<void*>(&context->buffer));  // may have been replaced by the library since
+    avio_context_free(&context);
+}
+
+int ffmpegFileIo::read(void* opaque, std::uint8_t* buffer, int size)
+{
+    auto& file = *static_cast<eboFile*>(opaque);
+    const auto count = static_cast<int>(file.read(buffer, std::min(size, kBufferBytes)));
+    if (count == 0)
+        return file.isReadable() ? AVERROR_EOF : AVERROR(EIO);
+    return count < 0 ? AVERROR(EIO) : count;
+}
+
+std::int64_t ffmpegFileIo::seek(void* opaque, std::int64_t offset, int whence)
+{
+    auto& file = *static_cast<eboFile*>(opaque);
+    bool done = false;
+    switch (whence) {
+    case AVSEEK_SIZE:
+        return file.size();
+    case SEEK_SET:
+        done = file.seek(offset);
+        break;
+    case SEEK_CUR:
+        done = file.seek(file.pos() + offset);
+        break;
+    case SEEK_END:
+        done = file.seek(file.size() - offset);  // counts back from the end, unlike lseek
+        break;
+    default:
+        break;
+    }
+    return done ? file.pos() : -1;
+}

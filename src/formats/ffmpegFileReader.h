@@ -1,0 +1,74 @@
+#pragma once
+
+#include "file/eboFile.h"
+#include "file/eboFileLocker.h"
+#include "formats/eboAudioFormatReader.h"
+#include "formats/ffmpegAudioStream.h"
+#include "runtime/refptr.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+/// Reads audio with the FFmpeg libraries, through an eboFile, so that remote files read like local ones.
+///
+/// Frame 0 is the first that a plain decode of the file delivers, and reading on and seeking agree about
+/// every frame where the codec is repeatable (AAC with noise substitution is not). Reading on never seeks.
+class ffmpegFileReader : public eboAudioFormatReader {
+public:
+    static constexpr int kFirstUsableStream = -1;
+
+    /// Opens the file, locks it and decodes the first frame.
+    /// @param knownFrames frames of the stream, with what comes before frame 0; 0 if not known
+    /// @param wantedStreamIndex the stream's index in the container; if that stream cannot be decoded, the
+    /// last
+    ///        one that can be is taken. kFirstUsableStream takes the first.
+    /// @throws FileUnsupported, std::out_of_range for a path of less than four bytes, and what a refused lock
+    ///         throws (see eboFileLocker)
+    explicit ffmpegFileReader(ebo::refptr<eboFile> file, std::uint64_t knownFrames = 0,
+                              int wantedStreamIndex = kFirstUsableStream);
+    ~ffmpegFileReader() override;
+
+    [[nodiscard]] ebo::refptr<eboFormatReader> clone() override;
+    void close() override;
+    [[nodiscard]] std::uint32_t channelCount() const override;
+    [[nodiscard]] std::uint32_t sampleRate() const override;
+    /// For AAC 2112 if the first frame is stamped 0, for mp3 the frames to skip times -2, otherwise 0.
+    [[nodiscard]] int encoderDelay() const override;
+    [[nodiscard]] std::uint32_t audioStreamCount() const override;
+    void selectAudioStream(std::uint32_t index) override;
+    [[nodiscard]] std::uint32_t length() const override;
+    std::uint64_t readInterleaved(float* target, std::uint64_t firstSample,
+                                  std::uint64_t sampleCount) override;
+
+private:
+    /// What stays known of a stream when its decoder is renewed or gone.
+    struct StreamFacts {
+        int index = 0;
+        AVCodecID codecId = AV_CODEC_ID_NONE;
+        int channels = 0;
+        int sampleRate = 0;
+        std::int64_t startOffset = 0;
+        int skipCount = 0;
+
+        explicit StreamFacts(const ffmpegAudioStream& stream);
+        StreamFacts() = default;
+        bool operator==(const StreamFacts&) const = default;
+    };
+
+    void openStream(int wantedStreamIndex, std::int64_t knownFrames);
+    bool tryStream(std::unique_ptr<ffmpegInput> input, int streamIndex, std::int64_t knownFrames);
+    void closeFile();
+    bool rewind();
+    bool goTo(std::int64_t frame);
+
+    const ebo::refptr<eboFile> file_;
+    std::optional<eboFileLocker> fileLock_;
+    std::vector<int> audioStreams_;  ///< Indices of the audio streams in the container.
+    std::unique_ptr<ffmpegAudioStream>
+        stream_;  ///< Null once closed, or when the file cannot be read any more.
+    StreamFacts facts_;
+    std::int64_t totalFrames_ = 0;
+    std::int64_t position_ = 0;  ///< The frame behind the last one delivered, -1 when unknown.
+};

@@ -1,0 +1,119 @@
+#include "formats/ffmpegInput.h"
+
+#include "formats/eboFormatReader.h"
+#include "formats/ffmpegTime.h"
+
+#include <limits>
+
+extern "C" {
+#include <libavutil/opt.h>
+}
+
+namespace {
+
+using FileUnsupported = eboFormatReader::FileUnsupported;
+
+// The containers in which music comes, under whatever name. Playlists and scripts, which name other files,
+// are not among them, nor are the hundreds of formats that no player writes.
+constexpr const char* kContainers =
+    "mp3,aac,loas,mov,aiff,wav,w64,caf,flac,ogg,matroska,asf,avi,mpegts,ac3,au";
+
+// No protocol has this name: nothing can be opened by address.
+constexpr const char* kNoProtocol = "none";
+
+constexpr int kMostStreams = 64;
+
+int refuseToOpen(AVFormatContext* /*format*/, AVIOContext** /*io*/, const char* /*url*/, int /*flags*/,
+                 AVDictionary** /*options*/)
+{
+    return AVERROR(EACCES);
+}
+
+/// Pictures and films are never looked at; this keeps the libraries from decoding them to learn their size.
+void ignoreAllButAudio(AVFormatContext& format)
+{
+    for (unsigned int i = 0; i < format.nb_streams; ++i) {
+        AVStream& stream = *format.streams[i];
+        if (stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
+            continue;
+        stream.codecpar->codec_type = AVMEDIA_TYPE_DATA;
+        stream.codecpar->codec_id = AV_CODEC_ID_NONE;
+        stream.discard = AVDISCARD_ALL;
+    }
+}
+
+}  // namespace
+
+ffmpegInput::ffmpegInput(eboFile& file) : io_(file)
+{
+    AVFormatContext* format = avformat_alloc_context();
+    if (format == nullptr)
+        throw FileUnsupported("FFMPEG");
+    format->pb = io_.context();
+    format->io_open = &refuseToOpen;
+    format->max_streams = kMostStreams;
+    av_opt_set(format, "format_whitelist", kContainers, 0);
+    av_opt_set(format, "protocol_whitelist", kNoProtocol, 0);
+    const int opened = avformat_open_input(&format, nullptr, nullptr, nullptr);  // frees it on failure
+    format_.reset(format);
+    if (opened < 0)
+        throw FileUnsupported("FFMPEG");
+    ignoreAllButAudio(*format_);
+    if (avformat_find_stream_info(format_.get(), nullptr) < 0)
+        throw FileUnsupported("FFMPEG");
+}
+
+std::vector<int> ffmpegInput::audioStreams() const
+{
+    std::vector<int> indices;
+    for (unsigned int i = 0; i < format_->nb_streams; ++i) {
+        if (format_->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
+            indices.push_back(static_cast<int>(i));
+    }
+    return indices;
+}
+
+std::int64_t ffmpegInput::statedFrames(int streamIndex, int sampleRate) const
+{
+    const AVStream& source = stream(streamIndex);
+    // A duration by bit rate is a guess, and may be off by a factor of two.
+    if (format_->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE || source.duration <= 0 ||
+        source.time_base.den <= 0)
+        return 0;
+    const float frames = static_cast<float>(source.time_base.num) / static_cast<float>(source.time_base.den) *
+                         static_cast<float>(sampleRate) * static_cast<float>(source.duration);
+    if (!(frames >= 1.0f))
+        return 0;
+    return frames < static_cast<float>(ffmpeg::kFarthestFrame) ? static_cast<std::int64_t>(frames)
+                                                               : ffmpeg::kFarthestFrame;
+}
+
+std::int64_t ffmpegInput::countFrames(int streamIndex, int sampleRate)
+{
+    const ffmpeg::Packet packet(av_packet_alloc());
+    if (packet == nullptr)
+        return 0;
+    std::int64_t ticks = 0;
+    while (readPacket(streamIndex, *packet)) {
+        if (packet->duration > 0 && ticks <= std::numeric_limits<std::int64_t>::max() - packet->duration)
+            ticks += packet->duration;
+        av_packet_unref(packet.get());
+    }
+    return ffmpeg::toFrames(ticks, stream(streamIndex).time_base, sampleRate);
+}
+
+bool ffmpegInput::readPacket(int streamIndex, AVPacket& packet)
+{
+    while (av_read_frame(format_.get(), &packet) >= 0) {
+        if (packet.stream_index == streamIndex)
+            return true;
+        av_packet_unref(&packet);
+    }
+    return false;
+}
+
+bool ffmpegInput::seek(int streamIndex, std::int64_t stamp)
+{
+    return avformat_seek_file(format_.get(), streamIndex, std::numeric_limits<std::int64_t>::min(), stamp,
+                              stamp, AVSEEK_FLAG_ANY | AVSEEK_FLAG_FRAME) >= 0;
+}
