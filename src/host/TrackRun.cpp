@@ -47,7 +47,9 @@ TrackResult TrackRun::result(std::optional<TrackError> error) const
     if (info_) {
         result.sampleRate = info_->sampleRate;
         result.frames = info_->length;
-        result.seconds = static_cast<double>(info_->length) / info_->sampleRate;
+        const double seconds = static_cast<double>(info_->length) / info_->sampleRate;
+        if (std::isfinite(seconds))
+            result.seconds = seconds;
     }
     if (result.succeeded())
         addMusicalResults(result);

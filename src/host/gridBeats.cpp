@@ -64,7 +64,11 @@ std::optional<double> beatPosition(const BeatGrid& grid, qint64 beatNumber)
     while (from + 2 < anchors.size() && beatNumber >= anchors[from + 1].beatNumber)
         ++from;
     const Segment segment(anchors[from], anchors[from + 1]);
-    return segment.position(static_cast<double>(beatNumber) - static_cast<double>(segment.firstBeat));
+    const double position =
+        segment.position(static_cast<double>(beatNumber) - static_cast<double>(segment.firstBeat));
+    if (!std::isfinite(position))
+        return {};
+    return position;
 }
 
 std::optional<qint64> countBeatsInside(const BeatGrid& grid, double frames)

@@ -13,7 +13,7 @@ namespace tunesift::host {
 [[nodiscard]] bool isUsable(const BeatGrid& grid);
 
 /// Where a beat falls, in frames; beats outside the anchors continue the nearest segment. Nothing if the
-/// grid is not usable.
+/// grid is not usable or the beat lies beyond all numbers.
 [[nodiscard]] std::optional<double> beatPosition(const BeatGrid& grid, qint64 beatNumber);
 
 /// How many beats of the grid lie inside the track, at a position of 0 or above and below `frames`. Nothing

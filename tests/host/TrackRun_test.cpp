@@ -93,6 +93,14 @@ TEST(TrackRun, WhatIsNoNumberIsNoResult)
     EXPECT_EQ(result.key, 1);
 }
 
+TEST(TrackRun, ALengthBeyondAllNumbersIsNoResult)
+{
+    constexpr qint64 kLongest = std::numeric_limits<qint64>::max();
+    const TrackResult result = resultOf({Started{}, TrackInfo{1e-300, kLongest, 0.5, -1}, Finished{120.0}});
+    EXPECT_EQ(result.frames, kLongest);
+    EXPECT_FALSE(result.seconds);
+}
+
 TEST(TrackRun, WithoutAGridThereAreNoBeats)
 {
     const TrackResult result = resultOf({Started{}, kFirstInfo, kFinalInfo, Finished{120.0}});

@@ -64,6 +64,13 @@ TEST(GridBeats, OutsideTheAnchorsTheNearestSegmentGoesOn)
     EXPECT_EQ(beatPosition(grid, 15), 1000.0);
 }
 
+TEST(GridBeats, ABeatBeyondAllNumbersHasNoPlace)
+{
+    const BeatGrid grid = gridOf({{0.0, 1000, 4}, {1.6e308, 1004, 0}});
+    EXPECT_TRUE(isUsable(grid));
+    EXPECT_FALSE(beatPosition(grid, 0));
+}
+
 TEST(GridBeats, BillionsOfBeatsAreCountedWithoutWalkingThem)
 {
     const BeatGrid grid = gridOf({{0.0, 0, 4000000000U}, {4000000000.0, 4000000000LL, 0}});
