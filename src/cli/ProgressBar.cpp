@@ -27,7 +27,7 @@ void ProgressBar::begin(const QString& path)
 
 void ProgressBar::show(double share)
 {
-    const int percent = static_cast<int>(share * 100.0);
+    const int percent = qRound(share * 100.0);
     if (!isOnTerminal_ || percent == percentShown_)
         return;
     percentShown_ = percent;
