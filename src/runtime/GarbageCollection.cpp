@@ -4,7 +4,6 @@
 
 #include <boost/thread.hpp>
 
-#include <QCoreApplication>
 #include <QThread>
 
 #include <utility>
@@ -32,9 +31,7 @@ GarbageCollection::~GarbageCollection()
     }
     stop();
     purge(false);
-    if (const QCoreApplication* application = QCoreApplication::instance();
-        application != nullptr && application->thread() == QThread::currentThread())
-        deliverDeferredDeletions();
+    deliverDeferredDeletions();
     theCollector = nullptr;
     destroyLeftovers();
 }

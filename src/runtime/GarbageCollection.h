@@ -23,8 +23,9 @@ bool destroyNow(Irefcounted*& slot, bool mainThreadDirect);
 /// it was made or after it has gone, the object ends at once on the calling thread. Any thread.
 void handToCollector(Irefcounted* lastCount);
 
-/// Delivers the calling thread's deferred deletions (QObject::deleteLater) until none is left. For a thread
-/// whose event loop is not running any more.
+/// Delivers the main thread's deferred deletions (QObject::deleteLater) until none is left, also those that
+/// arise on the way. For the time when its event loop does not run any more; on other threads, which deliver
+/// their own as they end, and without an application it does nothing.
 void deliverDeferredDeletions();
 
 /// The thread on which objects end that have lost their last reference. One per process: made and started

@@ -38,6 +38,9 @@ public:
 
     [[nodiscard]] ThreadState state() const noexcept { return state_.load(); }
 
+    /// The level in force, for tests and diagnosis.
+    [[nodiscard]] int priority() const noexcept { return priority_.load(); }
+
     /// The process-wide observer of all threads of ours; null, the default, for none. Not to be changed
     /// while a thread starts or ends.
     static void setObserver(const refptr<ThreadObserver>& observer);

@@ -3,7 +3,6 @@
 #include "runtime/WeakRecord.h"
 
 #include <QCoreApplication>
-#include <QEvent>
 #include <QObject>
 #include <QThread>
 
@@ -55,7 +54,5 @@ void handToCollector(Irefcounted* lastCount)
     else
         destroyNow(lastCount, true);
 }
-
-void deliverDeferredDeletions() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
 
 }  // namespace ebo

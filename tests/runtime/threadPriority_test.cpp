@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <future>
 #include <sched.h>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -45,6 +47,30 @@ TEST(ThreadPriority, EachErrorHasItsText)
         ebo::priorityFailureText(ENOTSUP),
         std::string("tempt was made to set the policy or scheduling parameters to an unsupported value"));
     EXPECT_EQ(ebo::priorityFailureText(ENOMEM), std::string("Failed to set thread priority"));
+}
+
+TEST(ThreadPriority, AnEmptyHandleMeansTheCallingThread)
+{
+    std::thread([] {
+        ebo::setThreadPriority(pthread_t{}, 0);
+        EXPECT_EQ(sched_getscheduler(0), SCHED_BATCH);
+    }).join();
+}
+
+TEST(ThreadPriority, AHandleMeansThatThreadAlone)
+{
+    std::promise<void> mayLook;
+    std::promise<int> policy;
+    std::thread other([&] {
+        mayLook.get_future().wait();
+        policy.set_value(sched_getscheduler(0));
+    });
+    const int ownPolicy = sched_getscheduler(0);
+    ebo::setThreadPriority(other.native_handle(), 8);
+    mayLook.set_value();
+    EXPECT_EQ(policy.get_future().get(), SCHED_BATCH);
+    EXPECT_EQ(sched_getscheduler(0), ownPolicy);
+    other.join();
 }
 
 }  // namespace

@@ -1,0 +1,66 @@
+#include "cli/AnalyzeOptions.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+
+namespace tunesift::cli {
+namespace {
+
+// Below 3 a worker falls back to its default; above 300 it would seek tempos that no music has.
+constexpr int kLowestMinimumBpm = 3;
+constexpr int kHighestMinimumBpm = 300;
+
+QString helpOf(const QCommandLineParser& parser)
+{
+    // The parser's own first line knows nothing of verbs.
+    return QStringLiteral("Usage: tunesift analyze [options] [TRACK...]\n") +
+           parser.helpText().section(QLatin1Char('\n'), 1);
+}
+
+}  // namespace
+
+std::variant<AnalyzeOptions, HelpWanted, UsageError> parseAnalyzeOptions(const QStringList& arguments)
+{
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Shows this."));
+    const QCommandLineOption json(QStringLiteral("json"),
+                                  QStringLiteral("Prints one JSON object per track and line."));
+    const QCommandLineOption minimumBpm(QStringLiteral("min-bpm"),
+                                        QStringLiteral("Seeks the tempo from N to twice N beats per minute."),
+                                        QStringLiteral("N"));
+    const QCommandLineOption noKey(QStringLiteral("no-key"), QStringLiteral("Does not look for the key."));
+    const QCommandLineOption worker(
+        QStringLiteral("worker"),
+        QStringLiteral("Runs the worker at PATH instead of the tunesift-worker beside tunesift."),
+        QStringLiteral("PATH"), QCoreApplication::applicationDirPath() + QStringLiteral("/tunesift-worker"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("\nFinds tempo, beats, key and loudness of tracks. Without a track, of a demo."));
+    parser.addOptions({help, json, minimumBpm, noKey, worker});
+    parser.addPositionalArgument(QStringLiteral("TRACK"), QStringLiteral("Audio files."));
+
+    if (!parser.parse(arguments))
+        return UsageError{parser.errorText()};
+    if (parser.isSet(help))
+        return HelpWanted{helpOf(parser)};
+
+    AnalyzeOptions options;
+    options.tracks = parser.positionalArguments();
+    options.json = parser.isSet(json);
+    options.worker = parser.value(worker);
+    options.preferences.detectKey = !parser.isSet(noKey);
+    if (parser.isSet(minimumBpm)) {
+        bool isNumber = false;
+        const int value = parser.value(minimumBpm).toInt(&isNumber);
+        if (!isNumber || value < kLowestMinimumBpm || value > kHighestMinimumBpm)
+            return UsageError{QStringLiteral("--min-bpm wants a whole number from %1 to %2, not '%3'.")
+                                  .arg(kLowestMinimumBpm)
+                                  .arg(kHighestMinimumBpm)
+                                  .arg(parser.value(minimumBpm))};
+        options.preferences.minimumBpm = value;
+    }
+    return options;
+}
+
+}  // namespace tunesift::cli

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "host/AnalysisRequest.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <variant>
+
+namespace tunesift::cli {
+
+/// What `tunesift analyze` was asked to do.
+struct AnalyzeOptions {
+    QStringList tracks;  ///< Empty for the demo.
+    host::Preferences preferences;
+    bool json = false;
+    QString worker;  ///< Path of the executable.
+};
+
+/// The text to show instead of doing anything.
+struct HelpWanted {
+    QString text;
+};
+
+/// A command line that cannot be understood.
+struct UsageError {
+    QString text;  ///< One sentence.
+};
+
+/// @param arguments  the verb itself, then what follows it
+[[nodiscard]] std::variant<AnalyzeOptions, HelpWanted, UsageError>
+parseAnalyzeOptions(const QStringList& arguments);
+
+}  // namespace tunesift::cli

@@ -1,0 +1,61 @@
+// tunesift: analyses tracks through worker processes and prints what they find.
+
+#include "cli/analyzeVerb.h"
+#include "cli/exitStatus.h"
+#include "cli/output.h"
+
+#include <QCoreApplication>
+#include <QStringList>
+#include <QTextCodec>
+
+namespace {
+
+using namespace tunesift::cli;
+
+const QString& generalHelp()
+{
+    static const QString text =
+        QStringLiteral("Usage: tunesift VERB [options] [arguments]\n"
+                       "\n"
+                       "Verbs:\n"
+                       "  analyze     Finds tempo, beats, key and loudness of tracks.\n"
+                       "\n"
+                       "Options:\n"
+                       "  -h, --help     Shows this; after a verb, the help of the verb.\n"
+                       "  -v, --version  Shows the version.\n");
+    return text;
+}
+
+int run(const QStringList& arguments)
+{
+    const QString verb = arguments.value(1);
+    if (verb == QLatin1String("analyze"))
+        return analyzeVerb(arguments.mid(1));
+    if (verb == QLatin1String("-h") || verb == QLatin1String("--help")) {
+        print(generalHelp());
+        return kAllWell;
+    }
+    if (verb == QLatin1String("-v") || verb == QLatin1String("--version")) {
+        print(QStringLiteral("tunesift " TUNESIFT_VERSION "\n"));
+        return kAllWell;
+    }
+    complain((verb.isEmpty() ? QStringLiteral("tunesift: no verb given.")
+                             : QStringLiteral("tunesift: '%1' is no verb.").arg(verb)) +
+             QStringLiteral(" Try 'tunesift --help'.\n"));
+    return kBadUsage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    // Paths are UTF-8 for the worker, so they are for us, whatever the locale says.
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    const QCoreApplication application(argc, argv);
+    const int status = run(QCoreApplication::arguments());
+    if (!outputIsGood()) {
+        complain(QStringLiteral("tunesift: cannot write the output.\n"));
+        return kSomeFailed;
+    }
+    return status;
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+namespace tunesift::cli {
+
+/// Writes to standard output, in UTF-8 and at once.
+void print(const QString& text);
+
+/// Writes to standard error, in UTF-8 and at once.
+void complain(const QString& text);
+
+/// Whether everything printed so far has reached standard output.
+[[nodiscard]] bool outputIsGood();
+
+}  // namespace tunesift::cli

@@ -1,0 +1,115 @@
+#include "host/AnalysisSession.h"
+
+#include "host/TrackRun.h"
+#include "host/WorkerProcess.h"
+
+namespace tunesift::host {
+
+AnalysisSession::AnalysisSession(const WorkerSettings& settings) : settings_(settings)
+{
+    silenceTimer_.setSingleShot(true);
+    connect(&silenceTimer_, &QTimer::timeout, this, &AnalysisSession::onSilence);
+}
+
+AnalysisSession::~AnalysisSession() = default;
+
+void AnalysisSession::start(const AnalysisRequest& request)
+{
+    Q_ASSERT(!isRunning());
+    sinceRequest_.start();
+    run_ = std::make_unique<TrackRun>(request);
+    if (worker_ && worker_->isConnected()) {
+        workerIsFresh_ = false;
+        onWorkerConnected();
+    } else {
+        beginOnFreshWorker();
+    }
+}
+
+void AnalysisSession::stop()
+{
+    if (isRunning())
+        worker_->sendStop();
+}
+
+void AnalysisSession::abort()
+{
+    if (!isRunning())
+        return;
+    worker_->kill();
+    finish(TrackError{ErrorKind::kStopped, QStringLiteral("the analysis was aborted")});
+}
+
+qint64 AnalysisSession::workerProcessId() const { return worker_ ? worker_->processId() : 0; }
+
+void AnalysisSession::beginOnFreshWorker()
+{
+    worker_ = std::make_unique<WorkerProcess>(settings_);
+    workerIsFresh_ = true;
+    cpuSecondsAccounted_ = 0;
+    connect(worker_.get(), &WorkerProcess::connected, this, &AnalysisSession::onWorkerConnected);
+    connect(worker_.get(), &WorkerProcess::messageReceived, this, &AnalysisSession::onMessage);
+    connect(worker_.get(), &WorkerProcess::failed, this, &AnalysisSession::onWorkerFailed);
+    worker_->start();
+}
+
+void AnalysisSession::onWorkerConnected()
+{
+    if (!isRunning())
+        return;
+    worker_->sendStart(run_->request());
+    silenceTimer_.start(settings_.silenceTimeout);
+}
+
+void AnalysisSession::onMessage(const Message& message)
+{
+    if (!isRunning() || !run_->take(message))
+        return;
+    silenceTimer_.start(settings_.silenceTimeout);
+    if (const auto* progress = std::get_if<Progress>(&message))
+        Q_EMIT progressed(progress->share);
+    Q_EMIT messageReceived(message);
+    if (isRunning() && run_->isOver())
+        finish({});
+}
+
+void AnalysisSession::onWorkerFailed(const TrackError& error)
+{
+    if (!isRunning())
+        return;
+    // A worker that died over the track before, or of its own after it, is no verdict on this one.
+    const bool diedEarlier = !workerIsFresh_ && !run_->hasStarted();
+    if (!diedEarlier) {
+        finish(error);
+        return;
+    }
+    silenceTimer_.stop();
+    // Not from here, where the old worker is still in its signal.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (isRunning() && worker_->hasEnded())
+                beginOnFreshWorker();
+        },
+        Qt::QueuedConnection);
+}
+
+void AnalysisSession::onSilence()
+{
+    worker_->kill();
+    finish(TrackError{ErrorKind::kSilent, QStringLiteral("the worker fell silent")});
+}
+
+void AnalysisSession::finish(std::optional<TrackError> error)
+{
+    silenceTimer_.stop();
+    TrackResult result = std::exchange(run_, nullptr)->result(std::move(error));
+    constexpr double kNanosecond = 1e-9;
+    result.wallSeconds = static_cast<double>(sinceRequest_.nsecsElapsed()) * kNanosecond;
+    if (const auto used = worker_->cpuSeconds())
+        result.cpuSeconds = *used - std::exchange(cpuSecondsAccounted_, *used);
+    QMetaObject::invokeMethod(
+        this, [this, result = std::move(result)] { Q_EMIT trackFinished(result); }, Qt::QueuedConnection);
+}
+
+}  // namespace tunesift::host

@@ -1,0 +1,54 @@
+#include "CliRun.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace clitest;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+TEST(Usage, BadUsageEndsWithStatusTwoAndAHint)
+{
+    const auto list = [](const char* line) {
+        return QString::fromLatin1(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    };
+    for (const char* const line : {"", "dance", "--dance", "analyze --dance", "analyze --min-bpm",
+                                   "analyze --min-bpm many", "analyze --min-bpm 2", "analyze --min-bpm 301",
+                                   "analyze --min-bpm 58.5", "analyze --json=yes", "analyze --worker"}) {
+        const CliOutcome outcome = runCli(list(line));
+        EXPECT_EQ(outcome.status, 2) << line;
+        EXPECT_EQ(outcome.output, QString()) << line;
+        EXPECT_THAT(outcome.errors.toStdString(), ContainsRegex("Try 'tunesift (analyze )?--help'")) << line;
+    }
+}
+
+TEST(Usage, HelpNamesTheVerbs)
+{
+    for (const char* const option : {"-h", "--help"}) {
+        const CliOutcome outcome = runCli({QString::fromLatin1(option)});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_THAT(outcome.output.toStdString(), HasSubstr("  analyze "));
+    }
+}
+
+TEST(Usage, HelpOfAVerbNamesItsOptions)
+{
+    const CliOutcome outcome = runCli({QStringLiteral("analyze"), QStringLiteral("--help")});
+    EXPECT_EQ(outcome.status, 0);
+    const std::string output = outcome.output.toStdString();
+    EXPECT_THAT(output, StartsWith("Usage: tunesift analyze [options] [TRACK...]\n"));
+    for (const char* const option : {"--json", "--min-bpm", "--no-key", "--worker"})
+        EXPECT_THAT(output, HasSubstr(option));
+}
+
+TEST(Usage, VersionIsANumber)
+{
+    const CliOutcome outcome = runCli({QStringLiteral("--version")});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.output.toStdString(), ContainsRegex("^tunesift [0-9]+\\.[0-9]+\\.[0-9]+\n$"));
+}
+
+}  // namespace
