@@ -147,6 +147,7 @@ TEST_F(Runner, AShortReadIsLoggedWithItsNumbers)
     const testsupport::LogCapture log;
     makeTrack({.length = 50000, .delivered = 20000});
     run();
+    waitForThreads(0);  // its last line is written after the run has reported its end
     EXPECT_THAT(log.texts(),
                 Contains("int BeatDetectionRunner::readBlock(ebo::refptr<eboAudioFormatReader>, size_t) "
                          "Failed to read file, expected 16384 , but received: 3616 , at position: 16384"));
