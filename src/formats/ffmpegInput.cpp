@@ -6,6 +6,7 @@
 #include <limits>
 
 extern "C" {
+#include <libavutil/avstring.h>
 #include <libavutil/opt.h>
 }
 
@@ -17,6 +18,8 @@ using FileUnsupported = eboFormatReader::FileUnsupported;
 // are not among them, nor are the hundreds of formats that no player writes.
 constexpr const char* kContainers =
     "mp3,aac,loas,mov,aiff,wav,w64,caf,flac,ogg,matroska,asf,avi,mpegts,ac3,au";
+
+constexpr const char* kByteRateContainers = "wav,w64,aiff,au";
 
 // No protocol has this name: nothing can be opened by address.
 constexpr const char* kNoProtocol = "none";
@@ -100,6 +103,11 @@ std::int64_t ffmpegInput::countFrames(int streamIndex, int sampleRate)
         av_packet_unref(packet.get());
     }
     return ffmpeg::toFrames(ticks, stream(streamIndex).time_base, sampleRate);
+}
+
+bool ffmpegInput::seeksByByteRate() const
+{
+    return av_match_name(format_->iformat->name, kByteRateContainers) != 0;
 }
 
 bool ffmpegInput::readPacket(int streamIndex, AVPacket& packet)
