@@ -26,6 +26,12 @@ constexpr const char* kNoProtocol = "none";
 
 constexpr int kMostStreams = 64;
 
+// In PCM the libraries look for compressed sound that poses as it, by default through megabytes, and for time
+// stamps, which PCM does not have. That takes time and, from a remote file, hundreds of requests; what there
+// is shows in the first packets.
+constexpr int kMostProbePackets = 16;
+constexpr int kMostPacketsForStamps = 4;
+
 int refuseToOpen(AVFormatContext* /*format*/, AVIOContext** /*io*/, const char* /*url*/, int /*flags*/,
                  AVDictionary** /*options*/)
 {
@@ -55,6 +61,8 @@ ffmpegInput::ffmpegInput(eboFile& file) : io_(file)
     format->pb = io_.context();
     format->io_open = &refuseToOpen;
     format->max_streams = kMostStreams;
+    format->max_probe_packets = kMostProbePackets;
+    format->max_ts_probe = kMostPacketsForStamps;
     av_opt_set(format, "format_whitelist", kContainers, 0);
     av_opt_set(format, "protocol_whitelist", kNoProtocol, 0);
     const int opened = avformat_open_input(&format, nullptr, nullptr, nullptr);  // frees it on failure
