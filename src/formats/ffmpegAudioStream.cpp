@@ -113,6 +113,14 @@ bool ffmpegAudioStream::isExpectedShape() const
            (frame_->ch_layout.nb_channels == channels_ && frame_->sample_rate == sampleRate_);
 }
 
+bool ffmpegAudioStream::stampsLeadToFrames() const
+{
+    const AVRational oneFrame = {1, sampleRate_};
+    const bool isPcm =
+        codec_->codec_id >= AV_CODEC_ID_FIRST_AUDIO && codec_->codec_id < AV_CODEC_ID_ADPCM_IMA_QT;
+    return av_cmp_q(stream_.time_base, oneFrame) <= 0 && (isPcm || !input_->seeksByByteRate());
+}
+
 std::int64_t ffmpegAudioStream::frameStart() const
 {
     return ffmpeg::toFrames(frame_->pts, stream_.time_base, sampleRate_);
@@ -135,11 +143,9 @@ std::int64_t ffmpegAudioStream::take(float* target, std::int64_t frames)
 
 ffmpegAudioStream::Seek ffmpegAudioStream::seek(std::int64_t frame)
 {
-    const AVRational oneFrame = {1, sampleRate_};
     const int preRoll = codec_->codec_id == AV_CODEC_ID_MP3 ? kMp3PreRoll : kPreRoll;
     const std::int64_t from = frame - std::int64_t{preRoll} * codec_->frame_size;
-    // Near the start the way from the first packet is no longer, and a coarse time base cannot name a frame.
-    if (from <= 0 || av_cmp_q(stream_.time_base, oneFrame) > 0)
+    if (from <= 0 || !stampsLeadToFrames())
         return Seek::Unaligned;
     if (!input_->seek(streamIndex_, ffmpeg::toStamp(from + startOffset_, stream_.time_base, sampleRate_)))
         return Seek::Failed;

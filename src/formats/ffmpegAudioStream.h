@@ -56,6 +56,7 @@ private:
     bool decodeNext(int packetLimit);
     void feed();
     [[nodiscard]] bool isExpectedShape() const;
+    [[nodiscard]] bool stampsLeadToFrames() const;
     [[nodiscard]] std::int64_t frameStart() const;
     [[nodiscard]] std::int64_t available() const { return frame_->nb_samples - consumed_; }
 

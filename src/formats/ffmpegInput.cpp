@@ -6,6 +6,7 @@
 #include <limits>
 
 extern "C" {
+#include <libavutil/avstring.h>
 #include <libavutil/opt.h>
 }
 
@@ -18,10 +19,18 @@ using FileUnsupported = eboFormatReader::FileUnsupported;
 constexpr const char* kContainers =
     "mp3,aac,loas,mov,aiff,wav,w64,caf,flac,ogg,matroska,asf,avi,mpegts,ac3,au";
 
+constexpr const char* kByteRateContainers = "wav,w64,aiff,au";
+
 // No protocol has this name: nothing can be opened by address.
 constexpr const char* kNoProtocol = "none";
 
 constexpr int kMostStreams = 64;
+
+// In PCM the libraries look for compressed sound that poses as it, by default through megabytes, and for time
+// stamps, which PCM does not have. That takes time and, from a remote file, hundreds of requests; what there
+// is shows in the first packets.
+constexpr int kMostProbePackets = 16;
+constexpr int kMostPacketsForStamps = 4;
 
 int refuseToOpen(AVFormatContext* /*format*/, AVIOContext** /*io*/, const char* /*url*/, int /*flags*/,
                  AVDictionary** /*options*/)
@@ -52,6 +61,8 @@ ffmpegInput::ffmpegInput(eboFile& file) : io_(file)
     format->pb = io_.context();
     format->io_open = &refuseToOpen;
     format->max_streams = kMostStreams;
+    format->max_probe_packets = kMostProbePackets;
+    format->max_ts_probe = kMostPacketsForStamps;
     av_opt_set(format, "format_whitelist", kContainers, 0);
     av_opt_set(format, "protocol_whitelist", kNoProtocol, 0);
     const int opened = avformat_open_input(&format, nullptr, nullptr, nullptr);  // frees it on failure
@@ -100,6 +111,11 @@ std::int64_t ffmpegInput::countFrames(int streamIndex, int sampleRate)
         av_packet_unref(packet.get());
     }
     return ffmpeg::toFrames(ticks, stream(streamIndex).time_base, sampleRate);
+}
+
+bool ffmpegInput::seeksByByteRate() const
+{
+    return av_match_name(format_->iformat->name, kByteRateContainers) != 0;
 }
 
 bool ffmpegInput::readPacket(int streamIndex, AVPacket& packet)

@@ -28,6 +28,9 @@ public:
     /// The stream's length in frames of the given rate, counted by reading all packets that are left.
     [[nodiscard]] std::int64_t countFrames(int streamIndex, int sampleRate);
 
+    /// Whether this container finds a time by the mean byte rate, so that only PCM is found exactly.
+    [[nodiscard]] bool seeksByByteRate() const;
+
     /// The next packet of the stream. False at the end of the data or on a failure.
     bool readPacket(int streamIndex, AVPacket& packet);
 

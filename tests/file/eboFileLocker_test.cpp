@@ -2,6 +2,7 @@
 
 #include "file/eboFileFactory.h"
 #include "support/LogCapture.h"
+#include "support/MemoryFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -70,13 +71,32 @@ TEST_F(FileLocker, DoesNotKeepTheFileAlive)
     EXPECT_FALSE(watched.isValid());
 }
 
-TEST_F(FileLocker, ReportsAFileThatStaysLocked)
+TEST_F(FileLocker, ALockWhoseGroupHasGoneIsNotHeld)
 {
     auto locker = std::make_unique<eboFileLocker>(file_);
-    factory_.reset();  // with it goes the group: the lock can be neither held nor released any more
+    factory_.reset();
     const LogCapture quiet;
     locker.reset();
-    EXPECT_THAT(quiet.texts(), testing::IsEmpty()) << "a lock without a group is not held";
+    EXPECT_THAT(quiet.texts(), testing::IsEmpty());
+}
+
+TEST_F(FileLocker, ReportsAFileThatStaysLocked)
+{
+    class StubbornFile : public testsupport::MemoryFile {
+    public:
+        StubbornFile() : MemoryFile("/stubborn", "") {}
+        eboFileLock::LockResult lock(eboFileLock::Level level) override
+        {
+            return level == eboFileLock::Unlocked ? eboFileLock::FAILED : MemoryFile::lock(level);
+        }
+    };
+    const ebo::refptr<eboFile> file = ebo::makeRef<StubbornFile>();
+    auto locker = std::make_unique<eboFileLocker>(file);
+    const LogCapture log;
+    locker.reset();
+    ASSERT_EQ(log.entries().size(), 1U);
+    EXPECT_EQ(log.entries()[0].type, QtCriticalMsg);
+    EXPECT_EQ(log.entries()[0].text, "Failed to unlock file: \"/stubborn\"");
 }
 
 }  // namespace

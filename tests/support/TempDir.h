@@ -1,28 +1,38 @@
 #pragma once
 
-#include <QTemporaryDir>
-
+#include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 namespace testsupport {
 
 /// A folder of its own for one test, gone with all its contents when this goes.
 class TempDir {
 public:
-    TempDir()
+    TempDir() : path_((std::filesystem::temp_directory_path() / "tunesift-test-XXXXXX").string())
     {
-        if (!dir_.isValid())
-            throw std::runtime_error("no temporary folder: " + dir_.errorString().toStdString());
+        if (::mkdtemp(path_.data()) == nullptr)
+            throw std::runtime_error("cannot make a temporary folder like " + path_);
     }
 
-    [[nodiscard]] std::string path() const { return dir_.path().toStdString(); }
+    ~TempDir()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    [[nodiscard]] const std::string& path() const { return path_; }
 
     /// The path of the file of the given name in the folder.
-    [[nodiscard]] std::string file(const std::string& name) const { return path() + "/" + name; }
+    [[nodiscard]] std::string file(const std::string& name) const { return path_ + "/" + name; }
 
 private:
-    QTemporaryDir dir_;
+    std::string path_;
 };
 
 }  // namespace testsupport

@@ -1,0 +1,213 @@
+#include "formats/eboFileFormats.h"
+
+#include "formats/eboAudioFormatReader.h"
+#include "support/AudioFiles.h"
+#include "support/LogCapture.h"
+#include "support/TempDir.h"
+
+#include <QLoggingCategory>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testsupport::LogCapture;
+using testsupport::TempDir;
+
+/// A reader of nothing, for entries of the test's own.
+class SilentReader : public eboAudioFormatReader {
+public:
+    ebo::refptr<eboFormatReader> clone() override { return nullptr; }
+    void close() override {}
+    [[nodiscard]] std::uint32_t channelCount() const override { return 1; }
+    [[nodiscard]] std::uint32_t sampleRate() const override { return 8000; }
+    [[nodiscard]] int encoderDelay() const override { return 0; }
+    [[nodiscard]] std::uint32_t audioStreamCount() const override { return 1; }
+    void selectAudioStream(std::uint32_t /*index*/) override {}
+    [[nodiscard]] std::uint32_t length() const override { return 0; }
+    std::uint64_t readInterleaved(float* /*target*/, std::uint64_t /*firstSample*/,
+                                  std::uint64_t /*sampleCount*/) override
+    {
+        return 0;
+    }
+};
+
+/// Reads a file, but not as audio.
+class PictureReader : public eboFormatReader {
+public:
+    ebo::refptr<eboFormatReader> clone() override { return nullptr; }
+};
+
+/// Counts the paths that it is asked for.
+class CountingFactory : public eboFileFactory {
+public:
+    ebo::refptr<eboFile> open(const char* path, int options) override
+    {
+        paths.emplace_back(path);
+        optionsSeen.push_back(options);
+        return answersNull ? nullptr : eboFileFactory::open(path, options);
+    }
+
+    std::vector<std::string> paths;
+    std::vector<int> optionsSeen;
+    bool answersNull = false;
+};
+
+class FileFormats : public testing::Test {
+protected:
+    FileFormats() { QLoggingCategory::setFilterRules(QStringLiteral("ebo.fileformats.debug=true")); }
+    ~FileFormats() override { QLoggingCategory::setFilterRules(QString()); }
+
+    using Make = std::function<ebo::refptr<eboFormatReader>()>;
+
+    /// An entry for every path that notes its name when tried and then does what it is told.
+    FormatEntry entry(const std::string& name, Make make, bool wants = true)
+    {
+        FormatEntry result;
+        result.canRead = [=](const QString& /*path*/) { return wants; };
+        result.createReader = [=, this](const QString& /*path*/, const auto& /*factory*/) {
+            tried_.push_back(name);
+            return make();
+        };
+        return result;
+    }
+
+    static ebo::refptr<eboFormatReader> silent() { return ebo::makeRef<SilentReader>(); }
+    static ebo::refptr<eboFormatReader> refuse() { throw eboFormatReader::FileUnsupported("FLAC"); }
+    static ebo::refptr<eboFormatReader> fail() { throw std::runtime_error("eboFile locking failed"); }
+
+    ebo::refptr<eboFormatReader> read(std::vector<FormatEntry> entries)
+    {
+        return ebo::makeRef<eboFileFormats>(nullptr, std::move(entries))
+            ->createReader(QStringLiteral("/a.mp3"));
+    }
+
+    TempDir dir_;
+    std::vector<std::string> tried_;
+};
+
+TEST_F(FileFormats, TheFirstEntryThatWantsTheFileReadsIt)
+{
+    EXPECT_TRUE(read({entry("a", silent, false), entry("b", silent), entry("c", silent)}));
+    EXPECT_THAT(tried_, ElementsAre("b"));
+}
+
+TEST_F(FileFormats, AFormatThatRefusesTheContentsIsPassedOver)
+{
+    const LogCapture log;
+    EXPECT_TRUE(read({entry("a", refuse), entry("b", silent)}));
+    EXPECT_THAT(tried_, ElementsAre("a", "b"));
+    EXPECT_THAT(log.texts(), ElementsAre("Failed to create reader for file \"/a.mp3\" : FLAC"));
+    EXPECT_EQ(log.entries()[0].type, QtDebugMsg);
+    EXPECT_EQ(log.entries()[0].category, "ebo.fileformats");
+}
+
+TEST_F(FileFormats, WhenAllRefuseThereIsAWarning)
+{
+    const LogCapture log;
+    EXPECT_FALSE(read({entry("a", refuse), entry("b", silent, false)}));
+    EXPECT_THAT(tried_, ElementsAre("a"));
+    ASSERT_EQ(log.entries().size(), 2U);
+    EXPECT_EQ(log.entries()[1].type, QtWarningMsg);
+    EXPECT_EQ(log.entries()[1].text, "Failed to find a suitable reader for \"/a.mp3\"");
+}
+
+TEST_F(FileFormats, AFileThatCannotBeOpenedIsTriedByNoOther)
+{
+    const LogCapture log;
+    EXPECT_FALSE(read({entry("a", [] { return ebo::refptr<eboFormatReader>(); }), entry("b", silent)}));
+    EXPECT_THAT(tried_, ElementsAre("a"));
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST_F(FileFormats, AnyOtherFailureEndsTheSearch)
+{
+    const LogCapture log;
+    EXPECT_FALSE(read({entry("a", fail), entry("b", silent)}));
+    EXPECT_THAT(tried_, ElementsAre("a"));
+    EXPECT_THAT(log.texts(), ElementsAre("Couldn't open \"/a.mp3\" . Error: eboFile locking failed"));
+    EXPECT_EQ(log.entries()[0].type, QtDebugMsg);
+}
+
+TEST_F(FileFormats, WhatIsNotAudioIsNotRead)
+{
+    EXPECT_FALSE(read({entry("a", [] { return ebo::refptr<eboFormatReader>(ebo::makeRef<PictureReader>()); }),
+                       entry("b", silent)}));
+    EXPECT_THAT(tried_, ElementsAre("a"));
+}
+
+TEST_F(FileFormats, ExtensionsAreTakenWithoutRegardToCase)
+{
+    testsupport::makeAudioFile(dir_.file("a.wav"), 0.1, 8000, 1);
+    const auto formats = ebo::makeRef<eboFileFormats>(nullptr);
+    for (const char* name :
+         {"b.mp3", "b.MP3", "b.m4a", "b.Mp4", "b.aac", "b.AIF", "b.aiff", "b.wav", "b.x.WAV"}) {
+        std::filesystem::copy_file(dir_.file("a.wav"), dir_.file(name));
+        EXPECT_TRUE(formats->createReader(QString::fromStdString(dir_.file(name)))) << name;
+    }
+}
+
+TEST_F(FileFormats, AFileOfNoKnownNameIsRefusedWithoutBeingOpened)
+{
+    const auto factory = ebo::makeRef<CountingFactory>();
+    const auto formats = ebo::makeRef<eboFileFormats>(factory);
+    for (const char* path :
+         {"/a.txt", "/mp3", "/a.mp3.txt", "/a.mp3/b", "AUDIO::ffmpeg", "audio::ffmpeg", ""}) {
+        const LogCapture log;
+        EXPECT_FALSE(formats->createReader(QString::fromUtf8(path))) << path;
+        EXPECT_THAT(log.texts(),
+                    ElementsAre("Failed to find a suitable reader for \"" + std::string(path) + "\""));
+    }
+    EXPECT_THAT(factory->paths, IsEmpty());
+}
+
+TEST_F(FileFormats, TheFactoryIsAskedForTheUtf8Path)
+{
+    const auto factory = ebo::makeRef<CountingFactory>();
+    factory->answersNull = true;
+    const LogCapture log;
+    EXPECT_FALSE(ebo::makeRef<eboFileFormats>(factory)->createReader(QStringLiteral("/m\u00fcsic.mp3")));
+    EXPECT_THAT(factory->paths, ElementsAre("/m\xc3\xbcsic.mp3"));
+    EXPECT_THAT(factory->optionsSeen, testing::Each(testing::Truly([](int bits) { return (bits & 1) == 0; })))
+        << "the reader wants no cached file";
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST_F(FileFormats, AMissingFileIsRefusedWithItsNameInTheLog)
+{
+    const LogCapture log;
+    EXPECT_FALSE(ebo::makeRef<eboFileFormats>(nullptr)->createReader(QStringLiteral("/missing.mp3")));
+    EXPECT_THAT(log.texts(), ElementsAre("Failed to create reader for file \"/missing.mp3\" : FFMPEG",
+                                         "Failed to find a suitable reader for \"/missing.mp3\""));
+}
+
+TEST_F(FileFormats, ARefusedLockEndsTheSearch)
+{
+    testsupport::makeAudioFile(dir_.file("a.wav"), 0.1, 8000, 1);
+    const auto factory = ebo::makeRef<eboFileFactory>();
+    const auto writer = factory->open(dir_.file("a.wav").c_str(), 0);
+    ASSERT_EQ(writer->lock(eboFileLock::Exclusive), eboFileLock::SUCCESS);
+    const LogCapture log;
+    EXPECT_FALSE(
+        ebo::makeRef<eboFileFormats>(factory)->createReader(QString::fromStdString(dir_.file("a.wav"))));
+    EXPECT_THAT(log.texts(), ElementsAre(HasSubstr("Error: eboFile locking failed")));
+}
+
+TEST_F(FileFormats, APathOfLoneSurrogatesIsRefused)
+{
+    const QString broken = QString(QChar(0xd800)) + QStringLiteral(".mp3");
+    const LogCapture quiet;
+    EXPECT_FALSE(ebo::makeRef<eboFileFormats>(nullptr)->createReader(broken));
+}
+
+}  // namespace
