@@ -41,15 +41,6 @@ BandFilterBank::BandFilterBank(float sampleRate)
     }
 }
 
-BandFilterBank::Lanes BandFilterBank::Group::step(Lanes sample)
-{
-    const Lanes w = sample - a1 * w1 - a2 * w2;
-    const Lanes y = (w - w2) * b0;
-    w2 = w1;
-    w1 = w;
-    return y * y;
-}
-
 void BandFilterBank::Group::forgetVanished()
 {
     const auto vanished = (w1 < kVanishing) & (w1 > -kVanishing) & (w2 < kVanishing) & (w2 > -kVanishing);
@@ -69,14 +60,17 @@ void BandFilterBank::process(const float* samples, std::uint32_t count, float* l
     Group low = groups_[0];
     Group middle = groups_[1];
     Group high = groups_[2];
-    std::array<Lanes, kGroups> sums{};
+    Lanes lowSum{};
+    Lanes middleSum{};
+    Lanes highSum{};
     for (std::uint32_t i = 0; i < count; ++i) {
-        const Lanes sample = Lanes{} + samples[i];
-        sums[0] += low.step(sample);
-        sums[1] += middle.step(sample);
-        sums[2] += high.step(sample);
+        const Lanes sample{samples[i], samples[i], samples[i], samples[i]};
+        lowSum += low.step(sample);
+        middleSum += middle.step(sample);
+        highSum += high.step(sample);
     }
     groups_ = {low, middle, high};
+    const std::array<Lanes, kGroups> sums{lowSum, middleSum, highSum};
 
     for (std::size_t band = 0; band < kBands; ++band) {
         const float power = sums[band / kLanes][band % kLanes] / static_cast<float>(count);

@@ -55,7 +55,15 @@ private:
         Lanes w2{};
 
         /// One sample through four filters. @return the square of what comes out
-        Lanes step(Lanes sample);
+        Lanes step(Lanes sample)
+        {
+            const Lanes w = sample - a1 * w1 - a2 * w2;
+            const Lanes y = (w - w2) * b0;
+            w2 = w1;
+            w1 = w;
+            return y * y;
+        }
+
         void forgetVanished();
         void restart(std::size_t lane);
     };

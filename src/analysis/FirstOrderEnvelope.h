@@ -18,8 +18,10 @@ public:
 
     float process(float value) override
     {
-        const float c = state_ <= value ? attack_ : release_;
-        state_ = c * value + (1.0f - c) * state_;
+        // Both results are at hand before the comparison is: nothing waits for it.
+        const float risen = attack_ * value + attackRest_ * state_;
+        const float fallen = release_ * value + releaseRest_ * state_;
+        state_ = state_ <= value ? risen : fallen;
         return state_;
     }
 
@@ -38,6 +40,8 @@ private:
     float rate_;
     float attack_;
     float release_;
+    float attackRest_ = 1.0f - attack_;  // the share of the old state in a step
+    float releaseRest_ = 1.0f - release_;
     float state_ = 0.0f;
 };
 
