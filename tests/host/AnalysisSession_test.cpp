@@ -3,6 +3,7 @@
 
 #include "support/LogCapture.h"
 
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 
