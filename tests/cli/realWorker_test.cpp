@@ -17,7 +17,6 @@
 namespace {
 
 using namespace clitest;
-using testing::HasSubstr;
 
 QJsonObject firstObject(const CliOutcome& outcome)
 {
