@@ -15,8 +15,8 @@ public:
 
     [[nodiscard]] QString path() const;
 
-    /// One line that says what should be found in it.
-    [[nodiscard]] static QString expectation();
+    /// One line that says what is in it, to hold against what is found.
+    [[nodiscard]] static QString description();
 
 private:
     QTemporaryDir folder_;

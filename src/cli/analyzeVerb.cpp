@@ -86,9 +86,9 @@ int analyzeDemo(AnalyzeOptions options)
         return kSomeFailed;
     }
     if (options.json)
-        complain(DemoTrack::expectation());
+        complain(DemoTrack::description());
     else
-        print(DemoTrack::expectation());
+        print(DemoTrack::description());
     options.tracks = QStringList{demo.path()};
     return analyzeAll(options);
 }

@@ -37,7 +37,7 @@ QString minutesAndSeconds(double seconds)
 
 QString timeTaken(const host::TrackResult& result)
 {
-    const QString taken = fixed(result.wallSeconds, 2) + QStringLiteral(" s");
+    QString taken = fixed(result.wallSeconds, 2) + QStringLiteral(" s");
     if (!result.seconds || result.wallSeconds <= 0.0)
         return taken;
     return taken +

@@ -3,9 +3,11 @@
 #include "host/TrackRun.h"
 #include "host/WorkerProcess.h"
 
+#include <utility>
+
 namespace tunesift::host {
 
-AnalysisSession::AnalysisSession(const WorkerSettings& settings) : settings_(settings)
+AnalysisSession::AnalysisSession(WorkerSettings settings) : settings_(std::move(settings))
 {
     silenceTimer_.setSingleShot(true);
     connect(&silenceTimer_, &QTimer::timeout, this, &AnalysisSession::onSilence);
@@ -100,10 +102,10 @@ void AnalysisSession::onSilence()
     finish(TrackError{ErrorKind::kSilent, QStringLiteral("the worker fell silent")});
 }
 
-void AnalysisSession::finish(std::optional<TrackError> error)
+void AnalysisSession::finish(const std::optional<TrackError>& error)
 {
     silenceTimer_.stop();
-    TrackResult result = std::exchange(run_, nullptr)->result(std::move(error));
+    TrackResult result = std::exchange(run_, nullptr)->result(error);
     constexpr double kNanosecond = 1e-9;
     result.wallSeconds = static_cast<double>(sinceRequest_.nsecsElapsed()) * kNanosecond;
     if (const auto used = worker_->cpuSeconds())

@@ -24,7 +24,7 @@ class AnalysisSession : public QObject {
     Q_OBJECT
 
 public:
-    explicit AnalysisSession(const WorkerSettings& settings);
+    explicit AnalysisSession(WorkerSettings settings);
     ~AnalysisSession() override;
 
     /// Begins to analyse a track. Must not be called while another one is being analysed.
@@ -59,7 +59,7 @@ private:
     void onWorkerFailed(const TrackError& error);
     void onMessage(const Message& message);
     void onSilence();
-    void finish(std::optional<TrackError> error);
+    void finish(const std::optional<TrackError>& error);
 
     const WorkerSettings settings_;
     std::unique_ptr<WorkerProcess> worker_;

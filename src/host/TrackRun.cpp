@@ -39,11 +39,11 @@ void TrackRun::note(const Error& error)
                         error.text.isEmpty() ? QStringLiteral("the worker cannot read it") : error.text};
 }
 
-TrackResult TrackRun::result(std::optional<TrackError> error) const
+TrackResult TrackRun::result(const std::optional<TrackError>& error) const
 {
     TrackResult result;
     result.path = request_.path;
-    result.error = error ? std::move(error) : error_;
+    result.error = error ? error : error_;
     if (info_) {
         result.sampleRate = info_->sampleRate;
         result.frames = info_->length;

@@ -27,7 +27,7 @@ public:
     [[nodiscard]] const AnalysisRequest& request() const noexcept { return request_; }
 
     /// The result as known now, without times. `error` wins over what the worker itself said.
-    [[nodiscard]] TrackResult result(std::optional<TrackError> error) const;
+    [[nodiscard]] TrackResult result(const std::optional<TrackError>& error) const;
 
 private:
     void note(const Progress& /*progress*/) {}

@@ -9,6 +9,7 @@
 #include <QHostAddress>
 #include <QTcpSocket>
 
+#include <utility>
 #include <variant>
 
 namespace tunesift::host {
@@ -25,7 +26,7 @@ constexpr quint32 kStreamTag = 0;
 
 }  // namespace
 
-WorkerProcess::WorkerProcess(const WorkerSettings& settings) : settings_(settings)
+WorkerProcess::WorkerProcess(WorkerSettings settings) : settings_(std::move(settings))
 {
     server_.setMaxPendingConnections(1);
     connectTimer_.setSingleShot(true);

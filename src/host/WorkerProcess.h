@@ -26,7 +26,7 @@ class WorkerProcess : public QObject {
     Q_OBJECT
 
 public:
-    explicit WorkerProcess(const WorkerSettings& settings);
+    explicit WorkerProcess(WorkerSettings settings);
 
     /// Sends the quit command and waits for the end, for as long as the settings allow; kills after that.
     ~WorkerProcess() override;

@@ -3,6 +3,7 @@
 
 #include "support/LogCapture.h"
 
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 
@@ -15,9 +16,7 @@
 namespace {
 
 using namespace tunesift::host;
-using testing::Each;
 using testing::ElementsAre;
-using testing::SizeIs;
 
 bool processExists(qint64 id) { return QFileInfo::exists(QStringLiteral("/proc/%1").arg(id)); }
 

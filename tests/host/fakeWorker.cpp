@@ -64,9 +64,7 @@ int main(int argc, char** argv)
             run.run(QString::fromUtf8(payload.mid(kPreferencesSize)));
         } else if (id == kQuit && run.ignoresQuit()) {
             pause();
-        } else if (id == kQuit) {
-            return 0;
-        } else if (id == 0 && !host.waitForReadyRead(-1)) {
+        } else if (id == kQuit || (id == 0 && !host.waitForReadyRead(-1))) {
             return 0;
         }
     }
