@@ -35,7 +35,7 @@ BeatAnchorCollection::AnchorIterator
 BeatAnchorCollection::getAnchorIteratorBeforeBeatPosition(double beatPosition) const
 {
     const auto numberOf = [](const BeatAnchor& anchor) { return static_cast<double>(anchor.beatNumber); };
-    const AnchorIterator lastSegment = anchors_.end() - 2;
+    const auto lastSegment = anchors_.end() - 2;
     if (!(numberOf(anchors_.front()) < beatPosition))
         return anchors_.begin();
     if (numberOf(*lastSegment) < beatPosition)
@@ -48,7 +48,7 @@ BeatAnchorCollection::getAnchorIteratorBeforeBeatPosition(double beatPosition) c
 
 double BeatAnchorCollection::samplePositionForBeat(double beatPosition) const
 {
-    const AnchorIterator anchor = getAnchorIteratorBeforeBeatPosition(beatPosition);
+    const auto anchor = getAnchorIteratorBeforeBeatPosition(beatPosition);
     return anchor->samplePosition + beatLengthFrom(*anchor, *std::next(anchor)) *
                                         (beatPosition - static_cast<double>(anchor->beatNumber));
 }

@@ -20,7 +20,7 @@ void TransientMap::insert(std::uint64_t position, const TransientEvent& event)
                         {position, event});
 }
 
-void TransientMap::raiseStrength(const_iterator onset, float strength)
+void TransientMap::raiseStrength(const const_iterator& onset, float strength)
 {
     const auto entry = entries_.begin() + (onset - entries_.cbegin());
     entry->event.strength = std::max(entry->event.strength, strength);

@@ -22,7 +22,7 @@ public:
     void insert(std::uint64_t position, const TransientEvent& event);
 
     /// Gives an onset a strength of at least `strength` and moves it behind the others at its position.
-    void raiseStrength(const_iterator onset, float strength);
+    void raiseStrength(const const_iterator& onset, float strength);
 
     [[nodiscard]] std::size_t size() const { return entries_.size(); }
     [[nodiscard]] bool empty() const { return entries_.empty(); }

@@ -28,11 +28,10 @@ std::array<FirstOrderEnvelope, 6> makeEnvelopes(float rate)
     return {make(0), make(1), make(2), make(3), make(4), make(5)};
 }
 
+/// 1.0 and more is full scale; what is below 0 or not a number is drawn as silence.
 std::uint8_t quantised(float value)
 {
-    if (!(value > 0.0f))  // not-a-number counts as silence
-        return 0;
-    return value > 1.0f ? 255 : static_cast<std::uint8_t>(value * 255.0f);
+    return static_cast<std::uint8_t>(std::clamp(analysis::saturatedTrunc<int>(value * 255.0f), 0, 255));
 }
 
 template <std::size_t N>

@@ -23,7 +23,8 @@ std::vector<float> sine(const Sine& parameters)
 
 std::vector<float> silence(double seconds, unsigned sampleRate)
 {
-    return std::vector<float>(frameCount(seconds, sampleRate), 0.0f);
+    std::vector<float> result(frameCount(seconds, sampleRate));
+    return result;
 }
 
 std::vector<float> noise(const WhiteNoise& parameters)

@@ -110,7 +110,8 @@ TEST(BandFilterBank, AfterMusicDigitalSilenceComesToRest)
 TEST(BandFilterBank, AtEveryRateEveryLevelIsANumber)
 {
     const auto signal = synth::noise({.seconds = 0.1});
-    for (float sampleRate = 315.0f; sampleRate < 50000.0f; sampleRate += 13.0f) {
+    for (int rate = 315; rate < 50000; rate += 13) {
+        const auto sampleRate = static_cast<float>(rate);
         BandFilterBank bank(sampleRate);
         Levels levels;
         bank.process(signal.data(), 500, levels.data());

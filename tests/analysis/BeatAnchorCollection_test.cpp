@@ -2,17 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <array>
+#include <bit>
+#include <cstdint>
 
 namespace {
 
 TEST(BeatAnchor, LiesInMemoryAsTheHostReadsIt)
 {
     const BeatAnchor anchor{.samplePosition = 1.0, .beatNumber = -4, .beatsToNext = 24};
-    const unsigned char expected[24] = {0,    0,    0,    0,    0,    0,    0xF0, 0x3F,  // 1.0
-                                        0xFC, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,  // -4
-                                        24,   0,    0,    0,    0,    0,    0,    0};
-    EXPECT_EQ(std::memcmp(&anchor, expected, 24), 0);
+    const auto bytes = std::bit_cast<std::array<std::uint8_t, 24>>(anchor);
+    const std::array<std::uint8_t, 24> expected{0,    0,    0,    0,    0,    0,    0xF0, 0x3F,  // 1.0
+                                                0xFC, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,  // -4
+                                                24,   0,    0,    0,    0,    0,    0,    0};
+    EXPECT_EQ(bytes, expected);
 }
 
 TEST(BeatAnchorCollection, StartsWithFourBeatsBeforeSampleOne)

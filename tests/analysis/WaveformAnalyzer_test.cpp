@@ -31,7 +31,7 @@ TEST(WaveformAnalyzer, ACdTrackHas105EntriesPerSecond)
 
 TEST(WaveformAnalyzer, AnOverviewEntryPerEntryLeavesOneOver)
 {
-    const WaveformAnalyzer waveform(44100, 420, 420 * 1024, 1024);
+    const WaveformAnalyzer waveform(44100, 420, 430080, 1024);
     EXPECT_EQ(waveform.entriesPerOverviewEntry(), 1.0);
     EXPECT_EQ(waveform.totalEntries(), 1025U);
 }
@@ -147,7 +147,7 @@ TEST(WaveformAnalyzer, AnOverviewOfAnySizeIsNeverLongerThanThat)
 
 TEST(WaveformAnalyzer, InAShortTrackOneEntryRepeatsInTheOverview)
 {
-    WaveformAnalyzer waveform(44100, 420, 420 * 256, 1024);
+    WaveformAnalyzer waveform(44100, 420, 107520, 1024);
     EXPECT_EQ(waveform.entriesPerOverviewEntry(), 0.25);
     feed(waveform, 0, 6, {0.25f, 0, 0, 0, 0, 0, 0, 0, 0});
     feed(waveform, 6, 7, {});
@@ -161,7 +161,7 @@ TEST(WaveformAnalyzer, InAShortTrackOneEntryRepeatsInTheOverview)
 
 TEST(WaveformAnalyzer, TheOverviewIsTheMeanOfTheFastCurves)
 {
-    WaveformAnalyzer waveform(44100, 420, 420 * 2048, 1024);  // two entries make one
+    WaveformAnalyzer waveform(44100, 420, 860160, 1024);  // two entries make one
     feed(waveform, 0, 6, {0.6f / 6, 0, 0, 0, 0, 0, 0, 0, 0});
     feed(waveform, 6, 13, {});
     ASSERT_EQ(waveform.entryCount(), 3U);
@@ -173,7 +173,7 @@ TEST(WaveformAnalyzer, TheOverviewIsTheMeanOfTheFastCurves)
 
 TEST(WaveformAnalyzer, TheMaximaSurviveTheClearingOfTheLists)
 {
-    WaveformAnalyzer waveform(44100, 420, 420 * 1024, 1024);
+    WaveformAnalyzer waveform(44100, 420, 430080, 1024);
     feed(waveform, 0, 20, {0.5f / 6, 0, 0, 0, 0, 0, 0, 0, 1.0f});
     ASSERT_FALSE(waveform.overviewEntries().empty());
     waveform.clearHighResolutionEntries();

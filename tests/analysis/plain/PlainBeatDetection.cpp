@@ -11,6 +11,8 @@ namespace {
 
 using Clusters = std::map<std::uint64_t, OnsetCluster>;
 
+int rounded(float value) { return static_cast<int>(std::trunc(value + 0.5f)); }
+
 struct Fold {
     std::uint32_t beatPeriod = 0;
     Clusters clusters;
@@ -83,7 +85,7 @@ private:
             if (!(event.bpm > maxBpm_ * 3.0f))
                 bins[static_cast<std::size_t>((fold(event.bpm) - minBpm_) / range * 4000.0f)] += 1.0f;
         }
-        const int half = static_cast<int>(8000.0f / range + 0.5f);
+        const int half = rounded(8000.0f / range);
         int peak = 0;
         for (int i = 0; i < 4000; ++i) {
             if (bins[static_cast<std::size_t>(i)] > bins[static_cast<std::size_t>(peak)])
@@ -205,12 +207,12 @@ private:
         Scan first{center - 2.0f, center + 2.0f};
         scanTempo(first, lastPosition, 4);
         if (static_cast<double>(first.total) > 0.1)
-            center = centroid(first, static_cast<int>(20.0f / (first.high - first.low) + 0.5f));
+            center = centroid(first, rounded(20.0f / (first.high - first.low)));
 
         Scan second{center - 0.2f, center + 0.2f};
         scanTempo(second, lastPosition, 6);
         if (static_cast<double>(second.total) > 0.1)
-            center = centroid(second, static_cast<int>(2.0f / (second.high - second.low) + 0.5f));
+            center = centroid(second, rounded(2.0f / (second.high - second.low)));
 
         const auto r = static_cast<float>(std::trunc(static_cast<double>(center) + 0.5));
         return fold(std::abs(center - r) < 0.02f ? r : center);

@@ -8,7 +8,8 @@
 namespace plain {
 
 PlainTransientDetection::PlainTransientDetection(float sampleRate)
-    : sampleRate_(sampleRate), frameSize_(static_cast<std::uint32_t>(sampleRate * 0.0015873017f + 0.5f)),
+    : sampleRate_(sampleRate),
+      frameSize_(static_cast<std::uint32_t>(std::trunc(sampleRate * 0.0015873017f + 0.5f))),
       minInterval_(sampleRate * 0.1f + 0.5f),
       decay_(std::exp(static_cast<float>(frameSize_) * -1000.0f / (sampleRate * 60.0f))),
       frameBuffer_(frameSize_)
