@@ -1,5 +1,6 @@
 #include "analysis/Analysis.h"
 
+#include "analysis/EboTransientDetection.h"
 #include "analysis/transientFrameSize.h"
 
 namespace {
@@ -17,12 +18,19 @@ std::uint64_t lengthOf(const AnalysisSetup& setup)
     return setup.sampleCount > 0 ? static_cast<std::uint64_t>(setup.sampleCount) : 0;
 }
 
+std::unique_ptr<BeatDetection> makeBeatDetection(const AnalysisSetup& setup, LoudnessAnalyzer& loudness)
+{
+    const auto rate = static_cast<float>(setup.sampleRate);
+    return std::make_unique<BeatDetection>(
+        rate, setup.minimumBpm, std::make_unique<EboTransientDetection>(rate, &loudness.average()));
+}
+
 }  // namespace
 
 Analysis::Analysis(const AnalysisSetup& setup)
-    : beatDetection_(std::make_unique<BeatDetection>(static_cast<float>(setup.sampleRate), setup.minimumBpm)),
+    : loudness_(ebo::makeRef<LoudnessAnalyzer>(setup.sampleRate)),
+      beatDetection_(makeBeatDetection(setup, *loudness_)),
       beatGrid_(ebo::makeRef<BeatGrid>(setup.sampleRate, setup.sampleCount, 0.0, kFirstBpm)),
-      loudness_(ebo::makeRef<LoudnessAnalyzer>(setup.sampleRate)),
       waveform_(ebo::makeRef<WaveformAnalyzer>(setup.sampleRate, framesPerEntry(setup.sampleRate),
                                                lengthOf(setup), setup.overviewSize)),
       sampleRate_(setup.sampleRate), sampleCount_(setup.sampleCount), bpm_(kFirstBpm)
@@ -31,7 +39,6 @@ Analysis::Analysis(const AnalysisSetup& setup)
 void Analysis::process(const boost::shared_array<float>& samples, std::uint32_t position, std::uint32_t count,
                        bool isLast, StatusCallbackInterface* status)
 {
-    loudness_->process(samples.get(), count);
     beatDetection_->transientDetection().process(samples.get(), count, position, this);
     if (isLast)
         finish(status);

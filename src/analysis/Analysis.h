@@ -62,9 +62,9 @@ public:
 private:
     void finish(StatusCallbackInterface* status);
 
+    const ebo::refptr<LoudnessAnalyzer> loudness_;  // fed by the transient detection, in passing
     const std::unique_ptr<BeatDetection> beatDetection_;
     ebo::refptr<BeatGrid> beatGrid_;
-    const ebo::refptr<LoudnessAnalyzer> loudness_;
     const ebo::refptr<WaveformAnalyzer> waveform_;
     QString key_;
     const bool keyEnabled_ = false;  // this build has no key detector

@@ -2,15 +2,6 @@
 
 #include <cmath>
 
-namespace {
-
-// A filter whose memory is below this is set to rest between frames. Left alone, the memory of a loud
-// passage would circle for ever, in digital silence, among numbers so small that processors compute with
-// them a hundred times slower. No level above 1e-20 changes by it.
-constexpr float kVanishing = 1e-30f;
-
-}  // namespace
-
 bool BandFilterBank::Coefficients::finite() const
 {
     return std::isfinite(b0) && std::isfinite(a1) && std::isfinite(a2);
@@ -41,20 +32,16 @@ BandFilterBank::BandFilterBank(float sampleRate)
     }
 }
 
-void BandFilterBank::Group::forgetVanished()
-{
-    const auto vanished = (w1 < kVanishing) & (w1 > -kVanishing) & (w2 < kVanishing) & (w2 > -kVanishing);
-    w1 = vanished ? Lanes{} : w1;
-    w2 = vanished ? Lanes{} : w2;
-}
-
 void BandFilterBank::Group::restart(std::size_t lane)
 {
     w1[lane] = 0.0f;
     w2[lane] = 0.0f;
 }
 
-void BandFilterBank::process(const float* samples, std::uint32_t count, float* levels)
+/// Runs the filters over the samples and calls `companion` with each of them.
+/// @return for each band the sum of the squares of what comes out
+template <typename Companion>
+BandFilterBank::Sums BandFilterBank::filter(const float* samples, std::uint32_t count, Companion companion)
 {
     // Named locals instead of a loop over an array: so they stay in registers.
     Group low = groups_[0];
@@ -68,9 +55,23 @@ void BandFilterBank::process(const float* samples, std::uint32_t count, float* l
         lowSum += low.step(sample);
         middleSum += middle.step(sample);
         highSum += high.step(sample);
+        companion(samples[i]);
     }
     groups_ = {low, middle, high};
-    const std::array<Lanes, kGroups> sums{lowSum, middleSum, highSum};
+    return {lowSum, middleSum, highSum};
+}
+
+void BandFilterBank::process(const float* samples, std::uint32_t count, float* levels,
+                             LoudnessAnalyzer::Average* average)
+{
+    Sums sums;
+    if (average != nullptr) {
+        LoudnessAnalyzer::Average local = *average;
+        sums = filter(samples, count, [&local](float sample) { local.add(sample); });
+        *average = local;
+    } else {
+        sums = filter(samples, count, [](float) {});
+    }
 
     for (std::size_t band = 0; band < kBands; ++band) {
         const float power = sums[band / kLanes][band % kLanes] / static_cast<float>(count);
@@ -80,6 +81,4 @@ void BandFilterBank::process(const float* samples, std::uint32_t count, float* l
             groups_[band / kLanes].restart(band % kLanes);
         }
     }
-    for (Group& group : groups_)
-        group.forgetVanished();
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "analysis/LoudnessAnalyzer.h"
+
 #include <array>
 #include <cstdint>
 
@@ -34,9 +36,12 @@ public:
     /// Filters the next samples of the track and gives each band's RMS level over them. The filters run on
     /// from call to call. Samples are finite; a band whose power overflows has the level kHighestLevel and
     /// starts afresh.
-    /// @param count   samples, above 0
-    /// @param levels  nine floats
-    void process(const float* samples, std::uint32_t count, float* levels);
+    /// @param count    samples, above 0
+    /// @param levels   nine floats
+    /// @param average  gets the same samples; null for none. The filters wait for their own results most of
+    ///                 the time, so it costs next to nothing here.
+    void process(const float* samples, std::uint32_t count, float* levels,
+                 LoudnessAnalyzer::Average* average = nullptr);
 
     /// The square root of the largest float: no level that did not overflow is above it.
     static constexpr float kHighestLevel = 1.8446743e19f;
@@ -64,9 +69,13 @@ private:
             return y * y;
         }
 
-        void forgetVanished();
         void restart(std::size_t lane);
     };
+
+    using Sums = std::array<Lanes, kGroups>;
+
+    template <typename Companion>
+    Sums filter(const float* samples, std::uint32_t count, Companion companion);
 
     std::array<Group, kGroups> groups_;
     std::array<bool, kBands> mute_{};

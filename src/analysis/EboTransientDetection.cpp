@@ -1,5 +1,6 @@
 #include "analysis/EboTransientDetection.h"
 
+#include "analysis/FlushTinyNumbers.h"
 #include "analysis/RmsInterface.h"
 #include "analysis/saturatedTrunc.h"
 #include "analysis/transientFrameSize.h"
@@ -22,9 +23,10 @@ std::uint32_t transientFrameSize(float sampleRate)
     return analysis::saturatedTrunc<std::uint32_t>(sampleRate * kFrameSeconds + 0.5f);
 }
 
-EboTransientDetection::EboTransientDetection(float sampleRate)
-    : sampleRate_(sampleRate), filters_(sampleRate), frameSize_(transientFrameSize(sampleRate)),
-      frameBuffer_(frameSize_), minInterval_(sampleRate * kMinIntervalSeconds + 0.5f),
+EboTransientDetection::EboTransientDetection(float sampleRate, LoudnessAnalyzer::Average* average)
+    : sampleRate_(sampleRate), average_(average), filters_(sampleRate),
+      frameSize_(transientFrameSize(sampleRate)), frameBuffer_(frameSize_),
+      minInterval_(sampleRate * kMinIntervalSeconds + 0.5f),
       decay_(std::exp(static_cast<float>(frameSize_) * -1000.0f / (sampleRate * kDecayMilliseconds)))
 {
     follower_.fill(kLevelFloor);
@@ -35,16 +37,19 @@ EboTransientDetection::EboTransientDetection(float sampleRate)
 void EboTransientDetection::process(const float* samples, std::uint32_t count, std::uint64_t position,
                                     RmsInterface* rms)
 {
+    const analysis::FlushTinyNumbers scope;
     std::uint32_t consumed = 0;
     if (pending_ < frameSize_) {
         consumed = frameSize_ - pending_;
         std::copy_n(samples, consumed, frameBuffer_.begin() + pending_);
         position += consumed;
     }
-    filterFrame(frameBuffer_.data(), position, *rms);
+    // Of this frame the average has had the beginning, and behind a short block there is no sound.
+    average(samples, std::min(consumed, count));
+    filterFrame(frameBuffer_.data(), position, *rms, nullptr);
 
     while (std::uint64_t{consumed} + frameSize_ <= count) {
-        filterFrame(samples + consumed, position, *rms);
+        filterFrame(samples + consumed, position, *rms, average_);
         for (std::uint32_t band = 0; band < kBands; ++band)
             testForOnset(band, position);
         consumed += frameSize_;
@@ -54,13 +59,24 @@ void EboTransientDetection::process(const float* samples, std::uint32_t count, s
     // A block too short to complete the frame makes the difference wrap; then nothing is copied, and the
     // next call, if there is one, takes the frame as complete.
     pending_ = count - consumed;
-    if (consumed < count)
+    if (consumed < count) {
         std::copy_n(samples + consumed, pending_, frameBuffer_.begin());
+        average(samples + consumed, pending_);
+    }
 }
 
-void EboTransientDetection::filterFrame(const float* samples, std::uint64_t position, RmsInterface& rms)
+void EboTransientDetection::average(const float* samples, std::uint32_t count)
 {
-    filters_.process(samples, frameSize_, levels_.data());
+    if (average_ == nullptr)
+        return;
+    for (std::uint32_t i = 0; i < count; ++i)
+        average_->add(samples[i]);
+}
+
+void EboTransientDetection::filterFrame(const float* samples, std::uint64_t position, RmsInterface& rms,
+                                        LoudnessAnalyzer::Average* average)
+{
+    filters_.process(samples, frameSize_, levels_.data(), average);
     rms.rmsUpdate(static_cast<std::uint32_t>(position), levels_.data());
 }
 

@@ -15,7 +15,9 @@
 class EboTransientDetection : public ITransientDetection {
 public:
     /// @param sampleRate  Hz; transientFrameSize of it is above 0
-    explicit EboTransientDetection(float sampleRate);
+    /// @param average     gets every sample of every call once, in order; null for none. Outlives this
+    /// object.
+    explicit EboTransientDetection(float sampleRate, LoudnessAnalyzer::Average* average = nullptr);
 
     /// The first frame of each call is put together from samples of the last call and this one. It drives
     /// the filters and `rms`, but is never examined for onsets. Samples left at the end of the track, less
@@ -28,11 +30,14 @@ public:
 private:
     static constexpr std::uint32_t kBands = BandFilterBank::kBands;
 
-    void filterFrame(const float* samples, std::uint64_t position, RmsInterface& rms);
+    void filterFrame(const float* samples, std::uint64_t position, RmsInterface& rms,
+                     LoudnessAnalyzer::Average* average);
+    void average(const float* samples, std::uint32_t count);
     void testForOnset(std::uint32_t band, std::uint64_t position);
     void raiseRecentOnset(std::uint32_t band, std::uint64_t position);
 
     const float sampleRate_;
+    LoudnessAnalyzer::Average* const average_;
     TransientMap transients_;
     BandFilterBank filters_;
     std::array<float, kBands> levels_{};

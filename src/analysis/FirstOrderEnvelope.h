@@ -28,9 +28,6 @@ public:
     /// The value of the last step, at first 0.
     [[nodiscard]] float state() const { return state_; }
 
-    /// Forgets the past: the envelope is 0 again.
-    void clear() { state_ = 0.0f; }
-
 private:
     [[nodiscard]] float coefficient(float milliseconds) const
     {
