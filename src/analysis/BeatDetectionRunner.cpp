@@ -158,8 +158,7 @@ BeatDetectionRunner::Outcome BeatDetectionRunner::analyzeBlocks(eboAudioFormatRe
         const std::uint32_t wanted = isLast ? lastBlockSize_ : kBlockSize;
         const std::uint32_t received = readBlock(reader, wanted);
         isLast = isLast || received < wanted;
-        const std::uint32_t missing = analysis.waveform().totalEntries() - analysis.waveform().entryCount();
-        if (received < wanted && missing > kLongestFlush) {
+        if (received < wanted && analysis.waveform().entriesMissing() > kLongestFlush) {
             qWarning() << "The file ends at frame" << position_ + received << "of" << reader.length()
                        << "announced";
             return Outcome::kUnusable;
