@@ -59,7 +59,7 @@ bool eboFileFactory::fileExists(const char* path, int mode)
     }
 }
 
-int eboFileFactory::deleteFile(ebo::refptr<eboFile> file) { return file ? file->deleteFile() : -1; }
+int eboFileFactory::deleteFile(const ebo::refptr<eboFile>& file) { return file ? file->deleteFile() : -1; }
 
 void eboFileFactory::setCacheEnabler(ebo::refptr<eboFileCacheEnabler> enabler)
 {

@@ -26,7 +26,7 @@ public:
     [[nodiscard]] virtual bool fileExists(const char* path, int mode);
 
     /// Removes the file, see eboFile::deleteFile.
-    virtual int deleteFile(ebo::refptr<eboFile> file);
+    virtual int deleteFile(const ebo::refptr<eboFile>& file);
 
     /// Allows caching from now on (null: no longer). Before the factory is shared between threads.
     void setCacheEnabler(ebo::refptr<eboFileCacheEnabler> enabler);

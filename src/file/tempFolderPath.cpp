@@ -19,7 +19,7 @@ constexpr mode_t kFolderMode = 0777;
 boost::filesystem::path tempFolderPath(const boost::filesystem::path& base)
 {
     namespace fs = boost::filesystem;
-    const fs::path folder = base / "OrluneTempFiles";
+    fs::path folder = base / "OrluneTempFiles";
     boost::system::error_code ignored;
     if (fs::exists(folder, ignored))
         return folder;

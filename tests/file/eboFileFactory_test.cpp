@@ -42,7 +42,7 @@ class FileFactory : public testing::Test {
 protected:
     std::string fileOfMode(mode_t mode)
     {
-        const std::string path = dir_.file("file");
+        std::string path = dir_.file("file");
         writeWholeFile(path, "content");
         ::chmod(path.c_str(), mode);
         return path;
@@ -117,7 +117,7 @@ TEST_F(FileFactory, DeletesByTheFile)
 
 TEST_F(FileFactory, OffersAFileToTheCacheWhenBitZeroAsks)
 {
-    const auto copy = factory_->open("/copy", 0);
+    auto copy = factory_->open("/copy", 0);
     const auto cache = ebo::makeRef<FakeCache>([&](const auto&) { return copy; });
     factory_->setCacheEnabler(cache);
     EXPECT_EQ(factory_->open("/a", eboFileFactory::kCached), copy);

@@ -114,6 +114,7 @@ TEST_F(FileLock, NoTwoThreadsAreEverGrantedWritingTogether)
     std::atomic<int> writers{0};
     std::atomic<bool> overlapped{false};
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&, lock = master_->createLock()] {
             for (int round = 0; round < rounds; ++round) {

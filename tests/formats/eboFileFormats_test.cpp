@@ -71,7 +71,7 @@ protected:
     using Make = std::function<ebo::refptr<eboFormatReader>()>;
 
     /// An entry for every path that notes its name when tried and then does what it is told.
-    FormatEntry entry(const std::string& name, Make make, bool wants = true)
+    FormatEntry entry(const std::string& name, const Make& make, bool wants = true)
     {
         FormatEntry result;
         result.canRead = [=](const QString& /*path*/) { return wants; };

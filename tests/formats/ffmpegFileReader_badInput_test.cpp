@@ -30,7 +30,6 @@ using testsupport::readAll;
 using testsupport::readerOf;
 using testsupport::readerOfBytes;
 using testsupport::readWholeFile;
-using testsupport::runFfmpeg;
 using testsupport::TempDir;
 using testsupport::writeWholeFile;
 
@@ -144,7 +143,7 @@ TEST_F(BadInput, AFileThatShrinksWhileItIsReadEndsEarly)
     const auto reader = readerOf(dir_.file("a.wav"));
     EXPECT_EQ(read(*reader, 0, 1000).size(), 2000U);
     std::filesystem::resize_file(dir_.file("a.wav"), 200000);
-    const std::vector<float> rest = read(*reader, 1000, 5 * 44100);
+    const std::vector<float> rest = read(*reader, 1000, 220500);
     EXPECT_LT(rest.size(), 120000U) << "what had been read ahead may still come";
     EXPECT_EQ(read(*reader, 200000, 100).size(), 0U);
     EXPECT_EQ(read(*reader, 0, 1000).size(), 2000U);
@@ -165,7 +164,7 @@ TEST_F(BadInput, WhatIsNoFileIsRefusedWithoutWaiting)
     EXPECT_FALSE(isRead("/\xff\xfe.mp3"));
 }
 
-TEST_F(BadInput, ANameInUtf8IsReadUnderAnyLocale)
+TEST_F(BadInput, ANameInUtf8IsRead)
 {
     const std::string name = "M\xc3\xbcsic \xe2\x99\xab.wav";
     bytesOf("a.wav");
@@ -224,7 +223,7 @@ TEST_F(BadInput, AFileThatFailsFromTheBeginningIsRefused)
     for (const std::int64_t failAt : {0, 1, 100}) {
         const auto file = ebo::makeRef<FaultyFile>("/a.mp3", bytes);
         file->failAt = failAt;
-        EXPECT_THROW(ebo::makeRef<ffmpegFileReader>(file), FileUnsupported) << "at byte " << failAt;
+        EXPECT_THROW((void)ebo::makeRef<ffmpegFileReader>(file), FileUnsupported) << "at byte " << failAt;
     }
 }
 
@@ -243,7 +242,7 @@ TEST_F(BadInput, FramesOfAnotherShapeAreLeftOut)
     const std::string mono = bytesOf("b.mp3", {"-b:a", "64k", "-write_xing", "0"}, 1, 2.0);
     const std::string slow = bytesOf("c.mp3", {"-b:a", "64k", "-write_xing", "0"}, 2, 2.0, 22050);
     for (const std::string& other : {mono, slow}) {
-        const auto reader = readerOfBytes("/ab.mp3", stereo + other + stereo);
+        const auto reader = readerOfBytes("/ab.mp3", std::string(stereo).append(other).append(stereo));
         EXPECT_EQ(reader->channelCount(), 2U);
         EXPECT_EQ(reader->sampleRate(), 44100U);
         const std::size_t frames = readAll(*reader).size() / 2;

@@ -8,9 +8,9 @@
 #include "support/MemoryFile.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -64,7 +64,9 @@ inline std::vector<float> readAll(ffmpegFileReader& reader)
 /// The first sample at which the two differ in any bit, or -1.
 inline std::ptrdiff_t firstDifference(const std::vector<float>& a, const std::vector<float>& b)
 {
-    const auto sameBits = [](float x, float y) { return std::memcmp(&x, &y, sizeof x) == 0; };
+    const auto sameBits = [](float x, float y) {
+        return std::bit_cast<std::uint32_t>(x) == std::bit_cast<std::uint32_t>(y);
+    };
     const auto [at, other] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(), sameBits);
     return at == a.end() && other == b.end() ? -1 : at - a.begin();
 }

@@ -21,7 +21,8 @@ std::string testSound(int channels)
         const std::string number = std::to_string(channel);
         if (channel > 0)
             sound += "|";
-        sound += "0.4*sin(2*PI*(200+100*" + number + ")*t*(1+0.2*t))+0.1*(2*random(" + number + ")-1)";
+        sound.append("0.4*sin(2*PI*(200+100*").append(number).append(")*t*(1+0.2*t))");
+        sound.append("+0.1*(2*random(").append(number).append(")-1)");
     }
     return sound;
 }
