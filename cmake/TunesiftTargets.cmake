@@ -7,7 +7,8 @@ target_compile_definitions(tunesift_common INTERFACE
     QT_NO_CAST_FROM_ASCII QT_NO_FOREACH QT_NO_KEYWORDS QT_DEPRECATED_WARNINGS)
 target_compile_options(tunesift_common INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
-    -ffp-contract=off)          # the same bits on machines with and without fused multiply-add
+    -ffp-contract=off           # the same bits on machines with and without fused multiply-add
+    -fno-math-errno)            # square roots in lanes; nobody looks at errno
 target_link_libraries(tunesift_common INTERFACE
     Qt5::Core Qt5::Network Boost::thread Boost::chrono Boost::system Boost::filesystem Threads::Threads)
 

@@ -1,6 +1,7 @@
 #include "analysis/BandFilterBank.h"
 
 #include <cmath>
+#include <cstring>
 
 bool BandFilterBank::Coefficients::finite() const
 {
@@ -73,9 +74,13 @@ void BandFilterBank::process(const float* samples, std::uint32_t count, float* l
         sums = filter(samples, count, [](float) {});
     }
 
+    std::array<float, kGroups * kLanes> rms;
+    std::memcpy(rms.data(), sums.data(), sizeof(rms));
+    for (float& value : rms)
+        value = std::sqrt(value / static_cast<float>(count));
+
     for (std::size_t band = 0; band < kBands; ++band) {
-        const float power = sums[band / kLanes][band % kLanes] / static_cast<float>(count);
-        levels[band] = mute_[band] ? 0.0f : std::sqrt(power);
+        levels[band] = mute_[band] ? 0.0f : rms[band];
         if (!(levels[band] <= kHighestLevel)) {
             levels[band] = kHighestLevel;
             groups_[band / kLanes].restart(band % kLanes);

@@ -13,7 +13,7 @@ public:
     /// @param attackMilliseconds, releaseMilliseconds  time constants of rise and fall; at 0 the envelope
     ///                            follows at once
     FirstOrderEnvelope(float rate, float attackMilliseconds, float releaseMilliseconds)
-        : rate_(rate), attack_(coefficient(attackMilliseconds)), release_(coefficient(releaseMilliseconds))
+        : attack_(coefficient(rate, attackMilliseconds)), release_(coefficient(rate, releaseMilliseconds))
     {}
 
     float process(float value) override
@@ -28,13 +28,13 @@ public:
     /// The value of the last step, at first 0.
     [[nodiscard]] float state() const { return state_; }
 
-private:
-    [[nodiscard]] float coefficient(float milliseconds) const
+    /// The weight of a new value for a time constant, at `rate` updates per second.
+    [[nodiscard]] static float coefficient(float rate, float milliseconds)
     {
-        return milliseconds > 0.0f ? 1.0f - std::exp(-1000.0f / (milliseconds * rate_)) : 1.0f;
+        return milliseconds > 0.0f ? 1.0f - std::exp(-1000.0f / (milliseconds * rate)) : 1.0f;
     }
 
-    float rate_;
+private:
     float attack_;
     float release_;
     float attackRest_ = 1.0f - attack_;  // the share of the old state in a step

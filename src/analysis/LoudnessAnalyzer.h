@@ -10,15 +10,22 @@
 /// 100 ms. No weighting, no gate. Lives on the analysing thread.
 class LoudnessAnalyzer : public ebo::refcounted {
 public:
-    /// The running average. It comes sample by sample, each waiting for the one before; a loop that has other
-    /// work for each sample can carry a copy of it along and takes hardly longer for that.
+    /// The running average: a first-order envelope that rises as fast as it falls. It comes sample by sample,
+    /// each waiting for the one before; a loop that has other work for each sample can carry a copy of it
+    /// along and takes hardly longer for that.
     class Average {
     public:
         /// @param rate  samples per second
-        explicit Average(float rate) : envelope_(rate, kMilliseconds, kMilliseconds) {}
+        explicit Average(float rate)
+            : share_(eboEnvelopes::FirstOrderEnvelope::coefficient(rate, kMilliseconds)), rest_(1.0f - share_)
+        {}
 
         /// Takes the next sample.
-        void add(float sample) { highest_ = std::max(highest_, envelope_.process(sample * sample)); }
+        void add(float sample)
+        {
+            power_ = share_ * (sample * sample) + rest_ * power_;
+            highest_ = std::max(highest_, power_);
+        }
 
         /// The highest average power so far.
         [[nodiscard]] float highest() const { return highest_; }
@@ -26,7 +33,9 @@ public:
     private:
         static constexpr float kMilliseconds = 100.0f;
 
-        eboEnvelopes::FirstOrderEnvelope envelope_;
+        float share_;  // of the new power in the average
+        float rest_;   // of the old average
+        float power_ = 0.0f;
         float highest_ = 0.0f;
     };
 

@@ -164,6 +164,8 @@ void BeatDetectorWorker::send(quint32 messageId, const QByteArray& payload)
 {
     isSending_ = true;
     sendMessage(socket_, streamTag_, messageId, payload);
+    // On its way at once if the connection takes it: that spares the next message the wait for this one.
+    socket_->flush();
     isSending_ = false;
     if (std::exchange(commandsWait_, false))
         QMetaObject::invokeMethod(this, &BeatDetectorWorker::onReadyRead, Qt::QueuedConnection);

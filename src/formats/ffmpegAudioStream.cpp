@@ -2,9 +2,9 @@
 
 #include "formats/eboFormatReader.h"
 #include "formats/ffmpegTime.h"
-#include "formats/interleave.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 extern "C" {
@@ -64,9 +64,10 @@ void ffmpegAudioStream::decodeFirst()
         throw FileUnsupported("FFMPEG");
     channels_ = frame_->ch_layout.nb_channels;
     sampleRate_ = frame_->sample_rate;
-    if (channels_ > kMostChannels ||
-        av_get_bytes_per_sample(static_cast<AVSampleFormat>(frame_->format)) <= 0)
+    format_ = static_cast<AVSampleFormat>(frame_->format);
+    if (channels_ > kMostChannels || av_get_bytes_per_sample(format_) <= 0)
         throw FileUnsupported("FFMPEG");
+    floatResampler_.emplace(channels_, sampleRate_, format_, ffmpegResampler::Output::Interleaved);
     startOffset_ = frame_->pts != AV_NOPTS_VALUE ? frameStart() : 0;
 }
 
@@ -109,8 +110,8 @@ bool ffmpegAudioStream::isExpectedShape() const
 {
     if (frame_->nb_samples <= 0 || frame_->sample_rate <= 0 || frame_->ch_layout.nb_channels <= 0)
         return false;
-    return channels_ == 0 ||
-           (frame_->ch_layout.nb_channels == channels_ && frame_->sample_rate == sampleRate_);
+    return channels_ == 0 || (frame_->ch_layout.nb_channels == channels_ &&
+                              frame_->sample_rate == sampleRate_ && frame_->format == format_);
 }
 
 bool ffmpegAudioStream::stampsLeadToFrames() const
@@ -126,19 +127,45 @@ std::int64_t ffmpegAudioStream::frameStart() const
     return ffmpeg::toFrames(frame_->pts, stream_.time_base, sampleRate_);
 }
 
-std::int64_t ffmpegAudioStream::take(float* target, std::int64_t frames)
+/// Takes the next frames by convert(first frame in the decoded block, frames, frames taken before), which
+/// says whether it succeeded.
+template <typename Convert>
+std::int64_t ffmpegAudioStream::takeBy(std::int64_t frames, Convert convert)
 {
     std::int64_t taken = 0;
     while (taken < frames) {
         if (available() == 0 && !decodeNext(kPacketsBetweenFrames))
             break;
         const std::int64_t count = std::min(frames - taken, available());
-        if (target != nullptr)
-            interleave(*frame_, consumed_, count, target + taken * channels_);
+        if (!convert(consumed_, count, taken))
+            break;
         consumed_ += count;
         taken += count;
     }
     return taken;
+}
+
+std::int64_t ffmpegAudioStream::take(float* target, std::int64_t frames)
+{
+    return takeBy(frames, [&](std::int64_t first, std::int64_t count, std::int64_t taken) {
+        float* const plane = target + taken * channels_;
+        return floatResampler_->convert(*frame_, first, count, &plane);
+    });
+}
+
+std::int64_t ffmpegAudioStream::takePlanarStereo(float* const* targets, std::int64_t frames)
+{
+    if (!planarResampler_)
+        planarResampler_.emplace(channels_, sampleRate_, format_, ffmpegResampler::Output::PlanarStereo);
+    return takeBy(frames, [&](std::int64_t first, std::int64_t count, std::int64_t taken) {
+        const std::array planes{targets[0] + taken, targets[1] + taken};
+        return planarResampler_->convert(*frame_, first, count, planes.data());
+    });
+}
+
+std::int64_t ffmpegAudioStream::drop(std::int64_t frames)
+{
+    return takeBy(frames, [](auto...) { return true; });
 }
 
 ffmpegAudioStream::Seek ffmpegAudioStream::seek(std::int64_t frame)

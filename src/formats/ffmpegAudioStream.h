@@ -2,13 +2,15 @@
 
 #include "formats/ffmpegHandles.h"
 #include "formats/ffmpegInput.h"
+#include "formats/ffmpegResampler.h"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
-/// One audio stream, decoded from its first frame on. Channels and sample rate are those of that frame; what
-/// does not agree with it later is left out. Decoders trim an encoder's priming themselves. One thread at a
-/// time.
+/// One audio stream, decoded from its first frame on. Channels, sample rate and sample format are those of
+/// that frame; what does not agree with it later is left out. Decoders trim an encoder's priming themselves.
+/// One thread at a time.
 class ffmpegAudioStream {
 public:
     static constexpr int kMostChannels = 8;
@@ -41,9 +43,16 @@ public:
     }
 
     /// Takes the next frames, converted to interleaved float.
-    /// @param target frames x channels samples, or null to drop them
+    /// @param target frames x channels samples
     /// @return frames taken; fewer than asked for at the end of the data or after a failure
     std::int64_t take(float* target, std::int64_t frames);
+
+    /// The same, mixed to stereo where it is something else.
+    /// @param targets left and right, `frames` samples each
+    std::int64_t takePlanarStereo(float* const* targets, std::int64_t frames);
+
+    /// Leaves the next frames out. @return as take
+    std::int64_t drop(std::int64_t frames);
 
     /// Goes to the frame, counted from the first one, by time stamps; decodes from a little earlier so that
     /// the decoder has found its state again. After anything but Done, frames can be taken only after another
@@ -51,6 +60,8 @@ public:
     Seek seek(std::int64_t frame);
 
 private:
+    template <typename Convert>
+    std::int64_t takeBy(std::int64_t frames, Convert convert);
     void openDecoder();
     void decodeFirst();
     bool decodeNext(int packetLimit);
@@ -65,9 +76,12 @@ private:
     const AVStream& stream_;
     ffmpeg::CodecContext codec_;
     const ffmpeg::Packet packet_;
-    const ffmpeg::Frame frame_;  ///< The decoded frames that are being taken.
-    std::int64_t consumed_ = 0;  ///< How many of them have been.
-    int channels_ = 0;           ///< 0 until the first frame has come.
+    const ffmpeg::Frame frame_;                       ///< The decoded frames that are being taken.
+    std::int64_t consumed_ = 0;                       ///< How many of them have been.
+    std::optional<ffmpegResampler> floatResampler_;   ///< From the first frame on.
+    std::optional<ffmpegResampler> planarResampler_;  ///< From its first use on.
+    int channels_ = 0;                                ///< 0 until the first frame has come.
+    AVSampleFormat format_ = AV_SAMPLE_FMT_NONE;
     int sampleRate_ = 0;
     std::int64_t startOffset_ = 0;
     int skipCount_ = 0;

@@ -159,6 +159,18 @@ std::uint64_t ffmpegFileReader::readInterleaved(float* target, std::uint64_t fir
     return static_cast<std::uint64_t>(delivered) * channels;
 }
 
+std::uint32_t ffmpegFileReader::readStereoPlanar(float** targets, std::uint32_t firstFrame,
+                                                 std::uint32_t frames)
+{
+    if (channelCount() <= 2)
+        return eboAudioFormatReader::readStereoPlanar(targets, firstFrame, frames);
+    if (stream_ == nullptr || !goTo(firstFrame))
+        return 0;
+    const std::int64_t delivered = stream_->takePlanarStereo(targets, frames);
+    position_ = firstFrame + delivered;
+    return static_cast<std::uint32_t>(delivered);
+}
+
 /// Starts over with a new decoder, so that what follows is what a new reader would deliver.
 bool ffmpegFileReader::rewind()
 {
@@ -188,7 +200,7 @@ bool ffmpegFileReader::goTo(std::int64_t frame)
     case ffmpegAudioStream::Seek::Unaligned:
         if (!rewind())
             return false;
-        position_ = stream_->take(nullptr, frame);
+        position_ = stream_->drop(frame);
         return position_ == frame;
     case ffmpegAudioStream::Seek::Failed:
         break;

@@ -42,6 +42,9 @@ public:
     std::uint64_t readInterleaved(float* target, std::uint64_t firstSample,
                                   std::uint64_t sampleCount) override;
 
+    /// As in the base, but more than two channels are mixed to stereo.
+    std::uint32_t readStereoPlanar(float** targets, std::uint32_t firstFrame, std::uint32_t frames) override;
+
 private:
     /// What stays known of a stream when its decoder is renewed or gone.
     struct StreamFacts {

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <filesystem>
 #include <limits>
@@ -121,6 +122,28 @@ TEST_F(FfmpegReader, AStereoFileReadsAsTheMeanOfItsChannels)
     std::vector<float> mono(1000);
     ASSERT_EQ(readerOf(dir_.file("a.wav"))->readMono(mono.data(), 0, 1000), 1000U);
     EXPECT_EQ(mono, std::vector<float>(1000, 0.25f));
+}
+
+TEST_F(FfmpegReader, MoreThanTwoChannelsAreMixedToStereoOnRequest)
+{
+    // Left, right, centre, bass, back left, back right; sound on the left and in the centre.
+    std::vector<float> samples;
+    for (int frame = 0; frame < 5000; ++frame)
+        samples.insert(samples.end(), {0.5f, 0.0f, 0.25f, 0.0f, 0.0f, 0.0f});
+    testsupport::writeFloatWav(dir_.file("a.wav"), samples, 44100, 6);
+    const auto reader = readerOf(dir_.file("a.wav"));
+    std::vector<float> left(5000);
+    std::vector<float> right(5000);
+    std::array targets{left.data(), right.data()};
+    ASSERT_EQ(reader->readStereoPlanar(targets.data(), 0, 5000), 5000U);
+    // The centre goes to both sides with 3 dB less.
+    EXPECT_NEAR(left[2500], 0.5 + 0.25 * std::sqrt(0.5), 1e-6);
+    EXPECT_NEAR(right[2500], 0.25 * std::sqrt(0.5), 1e-6);
+
+    // Interleaved reads go on behind it as behind any other read.
+    std::vector<float> next(6);
+    EXPECT_EQ(reader->readInterleaved(next.data(), 6U * 100, 6), 6U);
+    EXPECT_EQ(next, (std::vector<float>{0.5f, 0.0f, 0.25f, 0.0f, 0.0f, 0.0f}));
 }
 
 TEST_F(FfmpegReader, BrokenFloatsComeOutAsTheyAreButNotInMono)
