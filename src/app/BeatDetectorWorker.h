@@ -53,6 +53,9 @@ private:
     void endRun();
     void send(quint32 messageId, const QByteArray& payload = {});
 
+    void holdSegments();
+    void releaseSegments();
+
     QTcpSocket* const socket_;
     const ebo::refptr<eboFileFactory> fileFactory_;
     const ebo::refptr<eboFileFormats> fileFormats_;
@@ -61,4 +64,5 @@ private:
     const std::uint32_t streamTag_ = 0;
     bool isSending_ = false;
     bool commandsWait_ = false;  ///< Arrived in the middle of a send.
+    bool segmentsAreHeld_ = false;
 };

@@ -2,6 +2,7 @@
 
 #include "formats/eboFormatReader.h"
 #include "formats/ffmpegTime.h"
+#include "formats/mixToMono.h"
 
 #include <algorithm>
 #include <array>
@@ -160,6 +161,21 @@ std::int64_t ffmpegAudioStream::takePlanarStereo(float* const* targets, std::int
     return takeBy(frames, [&](std::int64_t first, std::int64_t count, std::int64_t taken) {
         const std::array planes{targets[0] + taken, targets[1] + taken};
         return planarResampler_->convert(*frame_, first, count, planes.data());
+    });
+}
+
+std::int64_t ffmpegAudioStream::takeMono(float* target, std::int64_t frames)
+{
+    return takeBy(frames, [&](std::int64_t first, std::int64_t count, std::int64_t taken) {
+        const auto plane = [&](int channel) {
+            return reinterpret_cast<const float*>(frame_->extended_data[channel]) + first;
+        };
+        const auto samples = static_cast<std::size_t>(count);
+        if (channels_ == 1)
+            mixToMono(plane(0), target + taken, samples, 1);
+        else
+            mixToMono(plane(0), plane(1), target + taken, samples);
+        return true;
     });
 }
 

@@ -51,6 +51,13 @@ public:
     /// @param targets left and right, `frames` samples each
     std::int64_t takePlanarStereo(float* const* targets, std::int64_t frames);
 
+    /// Whether takeMono is there: the decoder gives one or two planes of float.
+    [[nodiscard]] bool hasFloatPlanes() const { return format_ == AV_SAMPLE_FMT_FLTP && channels_ <= 2; }
+
+    /// The same as take and mixToMono after it, without the way through interleaved samples.
+    /// @param target `frames` samples
+    std::int64_t takeMono(float* target, std::int64_t frames);
+
     /// Leaves the next frames out. @return as take
     std::int64_t drop(std::int64_t frames);
 

@@ -166,7 +166,20 @@ std::uint32_t ffmpegFileReader::readStereoPlanar(float** targets, std::uint32_t 
         return eboAudioFormatReader::readStereoPlanar(targets, firstFrame, frames);
     if (stream_ == nullptr || !goTo(firstFrame))
         return 0;
-    const std::int64_t delivered = stream_->takePlanarStereo(targets, frames);
+    return advance(firstFrame, stream_->takePlanarStereo(targets, frames));
+}
+
+std::uint32_t ffmpegFileReader::readMono(float* target, std::uint32_t firstFrame, std::uint32_t frames)
+{
+    if (stream_ == nullptr || !stream_->hasFloatPlanes())
+        return eboAudioFormatReader::readMono(target, firstFrame, frames);
+    if (!goTo(firstFrame))
+        return 0;
+    return advance(firstFrame, stream_->takeMono(target, frames));
+}
+
+std::uint32_t ffmpegFileReader::advance(std::uint32_t firstFrame, std::int64_t delivered)
+{
     position_ = firstFrame + delivered;
     return static_cast<std::uint32_t>(delivered);
 }

@@ -42,6 +42,9 @@ public:
     std::uint64_t readInterleaved(float* target, std::uint64_t firstSample,
                                   std::uint64_t sampleCount) override;
 
+    /// As in the base; from the usual compressed formats on a shorter way to the same samples.
+    std::uint32_t readMono(float* target, std::uint32_t firstFrame, std::uint32_t frames) override;
+
     /// As in the base, but more than two channels are mixed to stereo.
     std::uint32_t readStereoPlanar(float** targets, std::uint32_t firstFrame, std::uint32_t frames) override;
 
@@ -65,6 +68,7 @@ private:
     void closeFile();
     bool rewind();
     bool goTo(std::int64_t frame);
+    std::uint32_t advance(std::uint32_t firstFrame, std::int64_t delivered);
 
     const ebo::refptr<eboFile> file_;
     std::optional<eboFileLocker> fileLock_;

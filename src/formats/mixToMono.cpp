@@ -33,3 +33,9 @@ void mixToMono(const float* interleaved, float* mono, std::size_t frames, std::s
         mono[frame] = finiteOrZero(sum * scale);
     }
 }
+
+void mixToMono(const float* left, const float* right, float* mono, std::size_t frames)
+{
+    for (std::size_t frame = 0; frame < frames; ++frame)
+        mono[frame] = finiteOrZero((left[frame] + right[frame]) * 0.5f);
+}

@@ -8,3 +8,6 @@
 /// @param interleaved frames x channels samples
 /// @param mono frames samples; may not overlap the source
 void mixToMono(const float* interleaved, float* mono, std::size_t frames, std::size_t channels);
+
+/// The same for two channels that lie apart.
+void mixToMono(const float* left, const float* right, float* mono, std::size_t frames);

@@ -92,6 +92,31 @@ TEST_P(Decode, AnyFrameReadAloneIsThatOfTheSequence)
         << "the start is still there";
 }
 
+TEST_P(Decode, InMonoEveryFrameIsTheMeanOfItsChannels)
+{
+    const auto reader = readerOf(path_);
+    const auto channels = static_cast<std::size_t>(GetParam().channels);
+    std::vector<float> expected(decoded_.size() / channels);
+    for (std::size_t frame = 0; frame < expected.size(); ++frame) {
+        float sum = decoded_[frame * channels];
+        for (std::size_t channel = 1; channel < channels; ++channel)
+            sum += decoded_[frame * channels + channel];
+        expected[frame] = sum * (1.0f / static_cast<float>(channels));
+    }
+
+    std::vector<float> mono(expected.size() + 1);
+    const auto frames = static_cast<std::uint32_t>(mono.size());
+    ASSERT_EQ(reader->readMono(mono.data(), 0, frames), expected.size());
+    mono.pop_back();
+    EXPECT_EQ(firstDifference(mono, expected), -1);
+
+    const auto middle = frames / 2;
+    std::vector<float> part(1000);
+    ASSERT_EQ(reader->readMono(part.data(), middle, 1000), 1000U);
+    EXPECT_EQ(firstDifference(part, {expected.begin() + middle, expected.begin() + middle + 1000}), -1)
+        << "after a seek";
+}
+
 const std::vector<std::string> kNoGaplessHeader = {"-write_xing", "0", "-id3v2_version", "0"};
 
 std::vector<std::string> plus(std::vector<std::string> options, const std::vector<std::string>& more)
