@@ -1,11 +1,22 @@
 #include "analysis/ITrackData.h"
 
+#include <exception>
 #include <stdexcept>
 #include <utility>
 
 namespace {
 
 constexpr double kRateWithoutReader = 44100.0;
+
+/// A clone opens the file anew, which may have gone or changed since.
+ebo::refptr<eboFormatReader> cloneOf(eboAudioFormatReader& reader)
+{
+    try {
+        return reader.clone();
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
 
 }  // namespace
 
@@ -35,7 +46,7 @@ ebo::refptr<eboFormatReader> ITrackData::createReader(bool allowCreation)
 {
     const std::lock_guard guard(readerMutex_);
     if (reader_)
-        return reader_->clone();
+        return cloneOf(*reader_);
     if (!allowCreation)
         throw std::runtime_error("Reader creation not allowed here.");
     return cachedReader();

@@ -32,8 +32,8 @@ public:
     /// Asks for a level, higher or lower than the present one. Does not wait.
     virtual LockResult request(Level newLevel);
 
-    /// The level held; Unlocked once the group has gone.
-    [[nodiscard]] Level level() const noexcept { return level_; }
+    /// The level held; Unlocked once the group has gone, from the moment on in which requests fail.
+    [[nodiscard]] Level level() const noexcept { return master_.expired() ? Unlocked : level_.load(); }
 
     /// The group that this lock belongs to, or null once that has gone.
     [[nodiscard]] std::shared_ptr<eboFileMasterLock> master() const { return master_.lock(); }

@@ -10,8 +10,8 @@
 namespace tunesift::host {
 namespace {
 
-constexpr int kHeaderSize = 24;
-constexpr int kPayloadSizeOffset = 8;
+using eboOfflineAnalysisProtocol::kHeaderSize;
+using eboOfflineAnalysisProtocol::kPayloadSizeOffset;
 
 bool nextHeaderIsPlausible(QIODevice& connection)
 {

@@ -17,7 +17,8 @@ struct FakeTrack {
     /// Called at the start of each read, on the reading thread.
     std::function<void(float* target, std::uint64_t firstFrame, std::uint64_t frames)> onRead = {};
 
-    int readers = 0;  ///< Made so far.
+    bool isGone = false;  ///< No further reader can be made.
+    int readers = 0;      ///< Made so far.
 };
 
 /// A mono reader that plays a constant of 0.25 for as long as there are frames.
@@ -25,7 +26,12 @@ class FakeReader : public eboAudioFormatReader {
 public:
     explicit FakeReader(std::shared_ptr<FakeTrack> track) : track_(std::move(track)) { ++track_->readers; }
 
-    ebo::refptr<eboFormatReader> clone() override { return ebo::makeRef<FakeReader>(track_); }
+    ebo::refptr<eboFormatReader> clone() override
+    {
+        if (track_->isGone)
+            throw FileUnsupported("FAKE");
+        return ebo::makeRef<FakeReader>(track_);
+    }
     void close() override {}
     [[nodiscard]] std::uint32_t channelCount() const override { return 1; }
     [[nodiscard]] std::uint32_t sampleRate() const override { return track_->sampleRate; }

@@ -311,6 +311,8 @@ TEST_F(Runner, TheFirstReaderIsKeptAndEveryFurtherOneIsAClone)
     EXPECT_EQ(track_->sampleRate(), 32000.0);
     EXPECT_EQ(track_->length(), 77);
     EXPECT_EQ(fake_->readers, 2);
+    fake_->isGone = true;
+    EXPECT_FALSE(track_->createReader(true));
 }
 
 TEST_F(Runner, AddProgressAddsUntilTheFlagIsRaised)

@@ -13,17 +13,6 @@ using namespace eboOfflineAnalysisProtocol;
 
 namespace {
 
-constexpr unsigned kNobody = 65534;
-
-class WorkerAsNobody : public QProcess {
-protected:
-    void setupChildProcess() override
-    {
-        if (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)
-            ::_exit(99);
-    }
-};
-
 bool endsRun(std::uint32_t id) { return id == kStopped || id == kFinished || id == kError; }
 
 }  // namespace
@@ -42,12 +31,17 @@ TestHost::~TestHost()
     }
 }
 
-void TestHost::startWorker(const QStringList& environment, bool asNobody)
+void TestHost::startWorker(const QStringList& environment, bool mayReadEverything)
 {
-    process_ = asNobody ? std::make_unique<WorkerAsNobody>() : std::make_unique<QProcess>();
+    process_ = std::make_unique<QProcess>();
     process_->setEnvironment(QProcess::systemEnvironment() + environment);
     process_->setProcessChannelMode(QProcess::SeparateChannels);
-    process_->start(QStringLiteral(TUNESIFT_WORKER), {QString::number(server_.serverPort())});
+    QStringList command{QStringLiteral(TUNESIFT_WORKER), QString::number(server_.serverPort())};
+    if (!mayReadEverything && ::geteuid() == 0)
+        command = QStringList{QStringLiteral("setpriv"),
+                              QStringLiteral("--bounding-set=-dac_override,-dac_read_search")} +
+                  command;
+    process_->start(command.takeFirst(), command);
     ASSERT_TRUE(process_->waitForStarted()) << process_->errorString().toStdString();
     ASSERT_TRUE(server_.waitForNewConnection(kHangMilliseconds)) << "the worker does not connect";
     socket_.reset(server_.nextPendingConnection());

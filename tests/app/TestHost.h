@@ -27,9 +27,9 @@ public:
     ~TestHost();
 
     /// Starts the worker and takes its connection.
-    /// @param environment  "NAME=value" entries for the worker
-    /// @param asNobody     run it without root's rights
-    void startWorker(const QStringList& environment = {}, bool asNobody = false);
+    /// @param environment        "NAME=value" entries for the worker
+    /// @param mayReadEverything  false takes that right of root's from it, if we are root
+    void startWorker(const QStringList& environment = {}, bool mayReadEverything = true);
 
     void send(std::uint32_t id, const QByteArray& payload = {});
     void sendBytes(const QByteArray& bytes);

@@ -1,4 +1,5 @@
 #include "CliRun.h"
+#include "support/eventually.h"
 
 #include <QDir>
 #include <QFile>
@@ -7,25 +8,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
-#include <thread>
 
 namespace {
 
 using namespace clitest;
 using testing::HasSubstr;
-
-bool eventually(const std::function<bool()>& condition)
-{
-    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > giveUp)
-            return false;
-        std::this_thread::yield();
-    }
-    return true;
-}
+using testsupport::eventually;
 
 /// The process that has been started by `parent`; 0 if there is none.
 qint64 childOf(qint64 parent)

@@ -1,8 +1,8 @@
 #include "Probe.h"
-#include "eventually.h"
 
 #include "runtime/refptr.h"
 #include "runtime/weakptr.h"
+#include "support/eventually.h"
 
 #include <boost/thread.hpp>
 
@@ -20,9 +20,9 @@ using ebo::Irefcounted;
 using ebo::makeRef;
 using ebo::refptr;
 using ebo::weakptr;
-using runtimetest::eventually;
 using runtimetest::Probe;
 using testing::ElementsAre;
+using testsupport::eventually;
 
 /// A collector whose inner switches the tests can reach.
 class OpenCollector : public GarbageCollection {

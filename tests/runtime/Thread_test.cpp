@@ -1,7 +1,7 @@
 #include "BodyThread.h"
-#include "eventually.h"
 
 #include "runtime/refptr.h"
+#include "support/eventually.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,8 +18,8 @@ namespace {
 
 using ebo::ThreadState;
 using runtimetest::BodyThread;
-using runtimetest::eventually;
 using testing::ElementsAre;
+using testsupport::eventually;
 
 TEST(Thread, IsStoppedUntilStarted)
 {

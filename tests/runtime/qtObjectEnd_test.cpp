@@ -2,10 +2,10 @@
 
 #include "LoopThread.h"
 #include "QtProbe.h"
-#include "eventually.h"
 
 #include "runtime/refptr.h"
 #include "runtime/weakptr.h"
+#include "support/eventually.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -22,9 +22,9 @@ using ebo::GarbageCollection;
 using ebo::makeRef;
 using ebo::refptr;
 using ebo::weakptr;
-using runtimetest::eventually;
 using runtimetest::LoopThread;
 using runtimetest::QtProbe;
+using testsupport::eventually;
 
 /// Where and whether a probe has ended.
 struct End {

@@ -1,7 +1,7 @@
 #include "BodyThread.h"
-#include "eventually.h"
 
 #include "support/LogCapture.h"
+#include "support/eventually.h"
 
 #include <boost/thread.hpp>
 
@@ -16,12 +16,12 @@ namespace {
 
 using ebo::ThreadState;
 using runtimetest::BodyThread;
-using runtimetest::eventually;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
+using testsupport::eventually;
 using testsupport::LogCapture;
 
 TEST(ThreadLog, StopOnItsOwnThreadIsToldAndReturnsTrueWithoutJoining)

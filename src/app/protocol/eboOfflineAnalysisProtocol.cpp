@@ -12,9 +12,7 @@
 namespace eboOfflineAnalysisProtocol {
 namespace {
 
-constexpr int kHeaderSize = 24;
 constexpr int kCommandIdOffset = 4;
-constexpr int kPayloadSizeOffset = 8;
 constexpr int kPayloadCrcOffset = 16;
 
 // A host that does not read for this long is as good as gone; the frame is then left to the socket's buffer.

@@ -19,6 +19,9 @@ class QIODevice;
 /// All numbers are little-endian. Both operations belong to the main thread and keep no state.
 namespace eboOfflineAnalysisProtocol {
 
+inline constexpr int kHeaderSize = 24;
+inline constexpr int kPayloadSizeOffset = 8;
+
 /// Writes one frame. Blocks for up to 15 seconds if bytes of an earlier frame are still unsent; writes all
 /// the same after that, with a warning. A null device is ignored; failures to write are not reported.
 void sendMessage(QIODevice* device, quint32 streamTag, quint32 commandId, const QByteArray& payload);

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <thread>
 
-namespace runtimetest {
+namespace testsupport {
 
 /// Waits until `condition` holds; false if it still does not after a minute, which only a hang explains.
 template <typename Condition>
@@ -18,4 +18,4 @@ template <typename Condition>
     return true;
 }
 
-}  // namespace runtimetest
+}  // namespace testsupport
