@@ -21,8 +21,8 @@ std::uint64_t lengthOf(const AnalysisSetup& setup)
 std::unique_ptr<BeatDetection> makeBeatDetection(const AnalysisSetup& setup, LoudnessAnalyzer& loudness)
 {
     const auto rate = static_cast<float>(setup.sampleRate);
-    return std::make_unique<BeatDetection>(
-        rate, setup.minimumBpm, std::make_unique<EboTransientDetection>(rate, &loudness.average()));
+    return std::make_unique<BeatDetection>(rate, setup.minimumBpm,
+                                           std::make_unique<EboTransientDetection>(rate, &loudness));
 }
 
 }  // namespace

@@ -23,8 +23,8 @@ std::uint32_t transientFrameSize(float sampleRate)
     return analysis::saturatedTrunc<std::uint32_t>(sampleRate * kFrameSeconds + 0.5f);
 }
 
-EboTransientDetection::EboTransientDetection(float sampleRate, LoudnessAnalyzer::Average* average)
-    : sampleRate_(sampleRate), average_(average), filters_(sampleRate),
+EboTransientDetection::EboTransientDetection(float sampleRate, LoudnessAnalyzer* loudness)
+    : sampleRate_(sampleRate), loudness_(loudness), filters_(sampleRate),
       frameSize_(transientFrameSize(sampleRate)), frameBuffer_(frameSize_),
       minInterval_(sampleRate * kMinIntervalSeconds + 0.5f),
       decay_(std::exp(static_cast<float>(frameSize_) * -1000.0f / (sampleRate * kDecayMilliseconds)))
@@ -44,12 +44,13 @@ void EboTransientDetection::process(const float* samples, std::uint32_t count, s
         std::copy_n(samples, consumed, frameBuffer_.begin() + pending_);
         position += consumed;
     }
-    // Of this frame the average has had the beginning, and behind a short block there is no sound.
-    average(samples, std::min(consumed, count));
+    // Of this frame the loudness has had the beginning, and behind a short block there is no sound.
+    measureLoudness(samples, std::min(consumed, count));
     filterFrame(frameBuffer_.data(), position, *rms, nullptr);
 
+    LoudnessAnalyzer::Average* const average = loudness_ != nullptr ? &loudness_->average() : nullptr;
     while (std::uint64_t{consumed} + frameSize_ <= count) {
-        filterFrame(samples + consumed, position, *rms, average_);
+        filterFrame(samples + consumed, position, *rms, average);
         for (std::uint32_t band = 0; band < kBands; ++band)
             testForOnset(band, position);
         consumed += frameSize_;
@@ -61,16 +62,14 @@ void EboTransientDetection::process(const float* samples, std::uint32_t count, s
     pending_ = count - consumed;
     if (consumed < count) {
         std::copy_n(samples + consumed, pending_, frameBuffer_.begin());
-        average(samples + consumed, pending_);
+        measureLoudness(samples + consumed, pending_);
     }
 }
 
-void EboTransientDetection::average(const float* samples, std::uint32_t count)
+void EboTransientDetection::measureLoudness(const float* samples, std::uint32_t count)
 {
-    if (average_ == nullptr)
-        return;
-    for (std::uint32_t i = 0; i < count; ++i)
-        average_->add(samples[i]);
+    if (loudness_ != nullptr)
+        loudness_->process(samples, count);
 }
 
 void EboTransientDetection::filterFrame(const float* samples, std::uint64_t position, RmsInterface& rms,

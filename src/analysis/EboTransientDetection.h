@@ -15,9 +15,9 @@
 class EboTransientDetection : public ITransientDetection {
 public:
     /// @param sampleRate  Hz; transientFrameSize of it is above 0
-    /// @param average     gets every sample of every call once, in order; null for none. Outlives this
-    /// object.
-    explicit EboTransientDetection(float sampleRate, LoudnessAnalyzer::Average* average = nullptr);
+    /// @param loudness    gets every sample of every call once, in order; null for none. Outlives this
+    ///                    object.
+    explicit EboTransientDetection(float sampleRate, LoudnessAnalyzer* loudness = nullptr);
 
     /// The first frame of each call is put together from samples of the last call and this one. It drives
     /// the filters and `rms`, but is never examined for onsets. Samples left at the end of the track, less
@@ -32,12 +32,12 @@ private:
 
     void filterFrame(const float* samples, std::uint64_t position, RmsInterface& rms,
                      LoudnessAnalyzer::Average* average);
-    void average(const float* samples, std::uint32_t count);
+    void measureLoudness(const float* samples, std::uint32_t count);
     void testForOnset(std::uint32_t band, std::uint64_t position);
     void raiseRecentOnset(std::uint32_t band, std::uint64_t position);
 
     const float sampleRate_;
-    LoudnessAnalyzer::Average* const average_;
+    LoudnessAnalyzer* const loudness_;
     TransientMap transients_;
     BandFilterBank filters_;
     std::array<float, kBands> levels_{};

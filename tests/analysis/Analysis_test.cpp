@@ -44,6 +44,26 @@ ebo::refptr<Analysis> analyzed(const std::vector<float>& track, double sampleRat
     return analysis;
 }
 
+TEST(Analysis, LoudnessHearsEverySampleOnceAndNothingBehindTheEnd)
+{
+    // It grows to the very end, so that a sample left out, or an old one behind a short block, would show.
+    for (const std::size_t length : {71U, 16384U, 16385U, 16394U, 32837U, 100000U}) {
+        std::vector<float> track = synth::noise({.seconds = 3, .seed = 8});
+        track.resize(length);
+        for (std::size_t frame = 0; frame < length; ++frame)
+            track[frame] *= static_cast<float>(frame) / static_cast<float>(length);
+
+        const float c = 1.0f - std::exp(-1000.0f / (44100.0f * 100.0f));
+        float power = 0.0f;
+        float highest = 0.0f;
+        for (const float x : track) {
+            power = c * (x * x) + (1.0f - c) * power;
+            highest = std::max(highest, power);
+        }
+        EXPECT_EQ(analyzed(track)->loudness().peakLevel(), std::sqrt(highest)) << length << " frames";
+    }
+}
+
 TEST(Analysis, BeforeTheLastBlockTheGridIsADefaultOf120)
 {
     const auto track = synth::clickTrack({.bpm = 90, .seconds = 5});
