@@ -2,13 +2,15 @@
 
 #include "formats/eboAudioFormatReader.h"
 #include "formats/ffmpegFormat.h"
+#include "formats/flacFormat.h"
+#include "formats/oggFormat.h"
 #include "runtime/logCategories.h"
 
 #include <exception>
 #include <utility>
 
 eboFileFormats::eboFileFormats(ebo::refptr<eboFileFactory> factory)
-    : eboFileFormats(std::move(factory), {ffmpegFormat()})
+    : eboFileFormats(std::move(factory), {oggFormat(), flacFormat(), ffmpegFormat()})
 {}
 
 eboFileFormats::eboFileFormats(ebo::refptr<eboFileFactory> factory, std::vector<FormatEntry> entries)

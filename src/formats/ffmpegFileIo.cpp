@@ -1,6 +1,7 @@
 #include "formats/ffmpegFileIo.h"
 
 #include "formats/eboFormatReader.h"
+#include "formats/seekFrom.h"
 
 #include <algorithm>
 
@@ -45,21 +46,7 @@ int ffmpegFileIo::read(void* opaque, std::uint8_t* buffer, int size)
 std::int64_t ffmpegFileIo::seek(void* opaque, std::int64_t offset, int whence)
 {
     auto& file = *static_cast<eboFile*>(opaque);
-    bool done = false;
-    switch (whence) {
-    case AVSEEK_SIZE:
+    if (whence == AVSEEK_SIZE)
         return file.size();
-    case SEEK_SET:
-        done = file.seek(offset);
-        break;
-    case SEEK_CUR:
-        done = file.seek(file.pos() + offset);
-        break;
-    case SEEK_END:
-        done = file.seek(file.size() - offset);  // counts back from the end, unlike lseek
-        break;
-    default:
-        break;
-    }
-    return done ? file.pos() : -1;
+    return seekFrom(file, offset, whence) ? file.pos() : -1;
 }

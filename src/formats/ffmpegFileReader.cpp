@@ -17,6 +17,14 @@ constexpr std::int64_t kLastFrame = std::numeric_limits<std::uint32_t>::max();
 
 constexpr int kAacDelayFrames = 2112;  // what AAC encoders put before the sound if they do not say otherwise
 
+ebo::refptr<eboFile> withoutWindowsMedia(ebo::refptr<eboFile> file)
+{
+    const std::string path = file ? file->filePath() : "none";
+    if (path.substr(path.size() - kExtensionBytes) == ".wma")
+        throw eboFormatReader::FileUnsupported("FFMPEG");
+    return file;
+}
+
 }  // namespace
 
 ffmpegFileReader::StreamFacts::StreamFacts(const ffmpegAudioStream& stream)
@@ -26,25 +34,12 @@ ffmpegFileReader::StreamFacts::StreamFacts(const ffmpegAudioStream& stream)
 
 ffmpegFileReader::ffmpegFileReader(ebo::refptr<eboFile> file, std::uint64_t knownFrames,
                                    int wantedStreamIndex)
-    : file_(std::move(file))
+    : file_(withoutWindowsMedia(std::move(file)), "FFMPEG")
 {
-    if (!file_)
-        throw FileUnsupported("FFMPEG");
-    const std::string path = file_->filePath();
-    if (path.substr(path.size() - kExtensionBytes) == ".wma")
-        throw FileUnsupported("FFMPEG");
-    if (!file_->open(eboFile::OpenRead | eboFile::OpenBinary))
-        throw FileUnsupported("FFMPEG");
-    try {
-        fileLock_.emplace(file_);
-        openStream(wantedStreamIndex, static_cast<std::int64_t>(std::min(knownFrames, kMostFrames)));
-    } catch (...) {
-        closeFile();
-        throw;
-    }
+    openStream(wantedStreamIndex, static_cast<std::int64_t>(std::min(knownFrames, kMostFrames)));
 }
 
-ffmpegFileReader::~ffmpegFileReader() { closeFile(); }
+ffmpegFileReader::~ffmpegFileReader() = default;
 
 void ffmpegFileReader::openStream(int wantedStreamIndex, std::int64_t knownFrames)
 {
@@ -93,13 +88,10 @@ ebo::refptr<eboFormatReader> ffmpegFileReader::clone()
                                           facts_.index);
 }
 
-void ffmpegFileReader::close() { closeFile(); }
-
-void ffmpegFileReader::closeFile()
+void ffmpegFileReader::close()
 {
     stream_.reset();
-    fileLock_.reset();
-    file_->close();
+    file_.close();
 }
 
 std::uint32_t ffmpegFileReader::channelCount() const { return static_cast<std::uint32_t>(facts_.channels); }

@@ -1,14 +1,13 @@
 #pragma once
 
 #include "file/eboFile.h"
-#include "file/eboFileLocker.h"
+#include "formats/LockedFile.h"
 #include "formats/eboAudioFormatReader.h"
 #include "formats/ffmpegAudioStream.h"
 #include "runtime/refptr.h"
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <vector>
 
 /// Reads audio with the FFmpeg libraries, through an eboFile, so that remote files read like local ones.
@@ -65,13 +64,11 @@ private:
 
     void openStream(int wantedStreamIndex, std::int64_t knownFrames);
     bool tryStream(std::unique_ptr<ffmpegInput> input, int streamIndex, std::int64_t knownFrames);
-    void closeFile();
     bool rewind();
     bool goTo(std::int64_t frame);
     std::uint32_t advance(std::uint32_t firstFrame, std::int64_t delivered);
 
-    const ebo::refptr<eboFile> file_;
-    std::optional<eboFileLocker> fileLock_;
+    LockedFile file_;
     std::vector<int> audioStreams_;  ///< Indices of the audio streams in the container.
     std::unique_ptr<ffmpegAudioStream>
         stream_;  ///< Null once closed, or when the file cannot be read any more.

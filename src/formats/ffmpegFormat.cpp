@@ -1,9 +1,9 @@
 #include "formats/ffmpegFormat.h"
 
+#include "formats/createReaderOf.h"
 #include "formats/ffmpegFileReader.h"
 #include "formats/prepareFfmpeg.h"
 
-#include <QByteArray>
 #include <QRegularExpression>
 
 FormatEntry ffmpegFormat()
@@ -15,12 +15,6 @@ FormatEntry ffmpegFormat()
         static const QRegularExpression pattern(QStringLiteral("\\.(mp3|m4a|mp4|aac|aif|aiff|wav)$"));
         return pattern.match(path.toLower()).hasMatch();
     };
-    entry.createReader = [](const QString& path,
-                            const ebo::refptr<eboFileFactory>& factory) -> ebo::refptr<eboFormatReader> {
-        const ebo::refptr<eboFile> file = factory->open(path.toUtf8().constData(), eboFile::OpenRead);
-        if (!file)
-            return nullptr;
-        return ebo::makeRef<ffmpegFileReader>(file);
-    };
+    entry.createReader = &createReaderOf<ffmpegFileReader>;
     return entry;
 }

@@ -1,8 +1,12 @@
 #include "formats/eboFileFormats.h"
 
 #include "formats/eboAudioFormatReader.h"
+#include "formats/ffmpegFileReader.h"
+#include "formats/flacFileReader.h"
+#include "formats/oggFileReader.h"
 #include "support/AudioFiles.h"
 #include "support/LogCapture.h"
+#include "support/MemoryFile.h"
 #include "support/TempDir.h"
 
 #include <QLoggingCategory>
@@ -208,6 +212,102 @@ TEST_F(FileFormats, APathOfLoneSurrogatesIsRefused)
     const QString broken = QString(QChar(0xd800)) + QStringLiteral(".mp3");
     const LogCapture quiet;
     EXPECT_FALSE(ebo::makeRef<eboFileFormats>(nullptr)->createReader(broken));
+}
+
+class Mislabelled : public testing::Test {
+protected:
+    Mislabelled()
+    {
+        QLoggingCategory::setFilterRules(QStringLiteral("ebo.fileformats.debug=true"));
+        const testsupport::Pcm pcm = testsupport::testPcm(5000, 44100, 2, 16);
+        testsupport::encodeFlac(path("flac"), pcm);
+        testsupport::encodeFlac(path("oga"), pcm);
+        testsupport::encodeVorbis(path("ogg"), pcm);
+        testsupport::makeAudioFile(path("wav"), 0.1, 8000, 1);
+    }
+    ~Mislabelled() override { QLoggingCategory::setFilterRules(QString()); }
+
+    [[nodiscard]] std::string path(const std::string& extension) const
+    {
+        return dir_.file("true." + extension);
+    }
+
+    /// Reads the file of the true format under another name.
+    template <typename Reader>
+    ebo::refptr<Reader> read(const std::string& trueFormat, const std::string& name)
+    {
+        std::filesystem::copy_file(path(trueFormat), dir_.file(name));
+        const auto formats = ebo::makeRef<eboFileFormats>(nullptr);
+        return ebo::dynamicCast<Reader>(formats->createReader(QString::fromStdString(dir_.file(name))));
+    }
+
+    /// Checks that the decoder alone was tried, and that the refusal is in the log.
+    void expectRefused(const std::string& trueFormat, const std::string& name, const std::string& decoder)
+    {
+        const LogCapture log;
+        EXPECT_FALSE(read<eboAudioFormatReader>(trueFormat, name));
+        EXPECT_THAT(log.texts(),
+                    ElementsAre("Failed to create reader for file \"" + dir_.file(name) + "\" : " + decoder,
+                                "Failed to find a suitable reader for \"" + dir_.file(name) + "\""));
+        EXPECT_EQ(log.entries().back().type, QtWarningMsg);
+    }
+
+    TempDir dir_;
+};
+
+TEST_F(Mislabelled, EveryFormatUnderItsOwnNameHasItsOwnReader)
+{
+    EXPECT_TRUE(read<oggFileReader>("ogg", "a.ogg"));
+    EXPECT_TRUE(read<oggFileReader>("ogg", "b.OGG"));
+    EXPECT_TRUE(read<flacFileReader>("flac", "a.flac"));
+    EXPECT_TRUE(read<flacFileReader>("flac", "b.FLAC"));
+    EXPECT_TRUE(read<flacFileReader>("oga", "a.oga"));
+    EXPECT_TRUE(read<ffmpegFileReader>("wav", "a.wav"));
+}
+
+TEST_F(Mislabelled, FfmpegTellsItsOwnFormatsApart)
+{
+    EXPECT_TRUE(read<ffmpegFileReader>("wav", "a.mp3"));
+    EXPECT_TRUE(read<ffmpegFileReader>("flac", "b.mp3"));
+    EXPECT_TRUE(read<ffmpegFileReader>("ogg", "c.wav"));
+}
+
+TEST_F(Mislabelled, VorbisNamedFlacIsRefused) { expectRefused("ogg", "a.flac", "FLAC"); }
+
+TEST_F(Mislabelled, VorbisNamedOgaIsRefused) { expectRefused("ogg", "a.oga", "FLAC"); }
+
+TEST_F(Mislabelled, FlacNamedOggIsRefused) { expectRefused("flac", "a.ogg", "OGG"); }
+
+TEST_F(Mislabelled, OggFlacNamedOggIsRefused) { expectRefused("oga", "a.ogg", "OGG"); }
+
+TEST_F(Mislabelled, AWavNamedOggIsRefused) { expectRefused("wav", "a.ogg", "OGG"); }
+
+/// Has files in memory under names of its own.
+class NamedFileFactory : public eboFileFactory {
+public:
+    ebo::refptr<eboFile> open(const char* path, int /*options*/) override
+    {
+        names.emplace_back(path);
+        return ebo::makeRef<testsupport::MemoryFile>(path, contents);
+    }
+
+    std::string contents;
+    std::vector<std::string> names;
+};
+
+TEST_F(Mislabelled, TwoFormatsAreAlsoChosenByName)
+{
+    const auto factory = ebo::makeRef<NamedFileFactory>();
+    const auto formats = ebo::makeRef<eboFileFormats>(factory);
+    factory->contents = testsupport::readWholeFile(path("ogg"));
+    EXPECT_TRUE(ebo::dynamicCast<oggFileReader>(formats->createReader(QStringLiteral("AUDIO::ogg"))));
+    factory->contents = testsupport::readWholeFile(path("flac"));
+    EXPECT_TRUE(ebo::dynamicCast<flacFileReader>(formats->createReader(QStringLiteral("AUDIO::flac"))));
+    EXPECT_THAT(factory->names, ElementsAre("AUDIO::ogg", "AUDIO::flac"));
+    const LogCapture quiet;
+    for (const char* name : {"AUDIO::OGG", "audio::ogg", "/AUDIO::ogg", "AUDIO::flac ", "AUDIO::ffmpeg"})
+        EXPECT_FALSE(formats->createReader(QString::fromUtf8(name))) << name;
+    EXPECT_EQ(factory->names.size(), 2U);
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "formats/FaultyFile.h"
 #include "formats/eboFileFormats.h"
 #include "formats/ffmpegFileReader.h"
 #include "formats/readers.h"
@@ -10,7 +11,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <limits>
 #include <random>
 #include <string>
 #include <vector>
@@ -21,9 +21,9 @@
 
 namespace {
 
+using testsupport::FaultyFile;
 using testsupport::firstDifference;
 using testsupport::makeAudioFile;
-using testsupport::MemoryFile;
 using testsupport::plainDecode;
 using testsupport::read;
 using testsupport::readAll;
@@ -171,25 +171,6 @@ TEST_F(BadInput, ANameInUtf8IsRead)
     std::filesystem::copy_file(dir_.file("a.wav"), dir_.file(name));
     EXPECT_TRUE(isRead(dir_.file(name)));
 }
-
-/// Fails, or delivers less than asked for, as the test wants.
-class FaultyFile : public MemoryFile {
-public:
-    using MemoryFile::MemoryFile;
-    std::int64_t read(void* buffer, std::int64_t size) override
-    {
-        if (pos() >= failAt)
-            return failWith;
-        const std::int64_t wanted = shortReads ? 1 + (size - 1) % 7 : size;
-        return MemoryFile::read(buffer, std::min(wanted, failAt - pos()));
-    }
-    bool seek(std::int64_t position) override { return !seeksFail && MemoryFile::seek(position); }
-
-    std::int64_t failAt = std::numeric_limits<std::int64_t>::max();
-    std::int64_t failWith = -1;
-    bool shortReads = false;
-    bool seeksFail = false;
-};
 
 TEST_F(BadInput, AFileThatDeliversAFewBytesAtATimeReadsTheSame)
 {

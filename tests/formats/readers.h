@@ -1,7 +1,10 @@
 #pragma once
 
 #include "file/eboFileFactory.h"
+#include "formats/eboAudioFormatReader.h"
 #include "formats/ffmpegFileReader.h"
+#include "formats/flacFileReader.h"
+#include "formats/oggFileReader.h"
 #include "formats/prepareFfmpeg.h"
 #include "runtime/refptr.h"
 #include "support/AudioFiles.h"
@@ -14,7 +17,7 @@
 #include <string>
 #include <vector>
 
-/// Shorthand of the tests of the FFmpeg reader.
+/// Shorthand of the tests of readers.
 namespace testsupport {
 
 inline constexpr std::uint32_t kBlockFrames = 16384;
@@ -40,8 +43,28 @@ inline ebo::refptr<ffmpegFileReader> readerOfBytes(const std::string& name, cons
     return ebo::makeRef<ffmpegFileReader>(ebo::makeRef<MemoryFile>(name, bytes));
 }
 
+inline ebo::refptr<flacFileReader> flacReaderOf(const std::string& path)
+{
+    return ebo::makeRef<flacFileReader>(localFile(path));
+}
+
+inline ebo::refptr<flacFileReader> flacReaderOfBytes(const std::string& name, const std::string& bytes)
+{
+    return ebo::makeRef<flacFileReader>(ebo::makeRef<MemoryFile>(name, bytes));
+}
+
+inline ebo::refptr<oggFileReader> oggReaderOf(const std::string& path)
+{
+    return ebo::makeRef<oggFileReader>(localFile(path));
+}
+
+inline ebo::refptr<oggFileReader> oggReaderOfBytes(const std::string& name, const std::string& bytes)
+{
+    return ebo::makeRef<oggFileReader>(ebo::makeRef<MemoryFile>(name, bytes));
+}
+
 /// Interleaved samples of the frames, as many as there are.
-inline std::vector<float> read(ffmpegFileReader& reader, std::uint64_t firstFrame, std::uint64_t frames)
+inline std::vector<float> read(eboAudioFormatReader& reader, std::uint64_t firstFrame, std::uint64_t frames)
 {
     const std::uint64_t channels = reader.channelCount();
     std::vector<float> samples(frames * channels);
@@ -50,7 +73,7 @@ inline std::vector<float> read(ffmpegFileReader& reader, std::uint64_t firstFram
 }
 
 /// Interleaved samples of the whole file, read block by block until one is short.
-inline std::vector<float> readAll(ffmpegFileReader& reader)
+inline std::vector<float> readAll(eboAudioFormatReader& reader)
 {
     std::vector<float> all;
     for (std::uint64_t frame = 0;; frame += kBlockFrames) {
@@ -69,6 +92,52 @@ inline std::ptrdiff_t firstDifference(const std::vector<float>& a, const std::ve
     };
     const auto [at, other] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(), sameBits);
     return at == a.end() && other == b.end() ? -1 : at - a.begin();
+}
+
+/// FLAC's scale of samples of so many bits.
+inline float flacScale(int bits) { return 1.0f / static_cast<float>((std::int64_t{1} << (bits - 1)) - 1); }
+
+/// Each sample times the scale, in single precision.
+inline std::vector<float> scaled(const std::vector<std::int32_t>& samples, float scale)
+{
+    std::vector<float> result;
+    result.reserve(samples.size());
+    for (const std::int32_t sample : samples)
+        result.push_back(static_cast<float>(sample) * scale);
+    return result;
+}
+
+/// Vorbis's scale: each sample divided by 32767, in single precision.
+inline std::vector<float> vorbisScaled(const std::vector<std::int32_t>& samples)
+{
+    std::vector<float> result;
+    result.reserve(samples.size());
+    for (const std::int32_t sample : samples)
+        result.push_back(static_cast<float>(sample) / 32767.0f);
+    return result;
+}
+
+/// The mean of the channels of each frame.
+inline std::vector<float> monoOf(const std::vector<float>& interleaved, std::size_t channels)
+{
+    std::vector<float> mono(interleaved.size() / channels);
+    for (std::size_t frame = 0; frame < mono.size(); ++frame) {
+        float sum = 0.0f;
+        for (std::size_t channel = 0; channel < channels; ++channel)
+            sum += interleaved[frame * channels + channel];
+        mono[frame] = sum * (1.0f / static_cast<float>(channels));
+    }
+    return mono;
+}
+
+/// The frames of interleaved samples, as many as there are.
+inline std::vector<float> slice(const std::vector<float>& interleaved, std::size_t channels,
+                                std::size_t firstFrame, std::size_t frames)
+{
+    const std::size_t first = std::min(firstFrame * channels, interleaved.size());
+    const std::size_t last = std::min(first + frames * channels, interleaved.size());
+    return {interleaved.begin() + static_cast<std::ptrdiff_t>(first),
+            interleaved.begin() + static_cast<std::ptrdiff_t>(last)};
 }
 
 }  // namespace testsupport

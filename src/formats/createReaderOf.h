@@ -1,0 +1,17 @@
+#pragma once
+
+#include "file/eboFileFactory.h"
+#include "formats/eboFormatReader.h"
+#include "runtime/refptr.h"
+
+#include <QString>
+
+/// What an entry of the registry does to make a Reader of its own: see FormatEntry::createReader.
+template <typename Reader>
+ebo::refptr<eboFormatReader> createReaderOf(const QString& path, const ebo::refptr<eboFileFactory>& factory)
+{
+    const ebo::refptr<eboFile> file = factory->open(path.toUtf8().constData(), eboFile::OpenRead);
+    if (!file)
+        return nullptr;
+    return ebo::makeRef<Reader>(file);
+}
