@@ -1,0 +1,156 @@
+#include "network/exchange/PacketStream.h"
+
+#include "runtime/logCategories.h"
+
+#include <QtEndian>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+PacketStream::PacketStream(QPointer<QTcpSocket> socket) : socket_(std::move(socket))
+{
+    connect(socket_, &QTcpSocket::readyRead, this, &PacketStream::onReadyRead, Qt::DirectConnection);
+    connect(socket_, &QTcpSocket::disconnected, this, &PacketStream::onSocketDisconnected,
+            Qt::DirectConnection);
+    connect(socket_, &QTcpSocket::stateChanged, this, &PacketStream::onSocketStateChanged,
+            Qt::DirectConnection);
+    connect(socket_, &QTcpSocket::errorOccurred, this, &PacketStream::onSocketError, Qt::DirectConnection);
+    connect(socket_, &QTcpSocket::bytesWritten, this, &PacketStream::bytesWritten, Qt::DirectConnection);
+    onReadyRead();
+}
+
+PacketStream::~PacketStream()
+{
+    qCInfo(ebo::log::packetStream) << "(destructor)" << this;
+    releaseSocket();
+}
+
+bool PacketStream::isConnected() const
+{
+    return socket_ && socket_->state() == QAbstractSocket::ConnectedState;
+}
+
+void PacketStream::onReadyRead()
+{
+    if (!isConnected()) {
+        qCWarning(ebo::log::packetStream) << "Got onReadyRead from no longer connected socket!";
+        Q_EMIT disconnected(this);
+        return;
+    }
+    // The socket is looked for each time: whoever hears of a packet may end the stream.
+    while (socket_ && socket_->bytesAvailable() > 0) {
+        if (inPacket_)
+            readPayload();
+        else if (readSize() == Progress::kWait)
+            return;
+    }
+}
+
+PacketStream::Progress PacketStream::readSize()
+{
+    std::array<char, sizeof(std::int32_t)> bytes{};
+    if (socket_->bytesAvailable() < static_cast<qint64>(bytes.size()))
+        return Progress::kWait;
+    if (socket_->read(bytes.data(), bytes.size()) != static_cast<qint64>(bytes.size())) {
+        qCCritical(ebo::log::packetStream) << "Failed reading packet size. Skipping.";
+        return Progress::kMore;
+    }
+    expectedSize_ = qFromBigEndian<std::int32_t>(bytes.data());
+    if (expectedSize_ < 0) {
+        qCCritical(ebo::log::packetStream) << "Negative packet size received.";
+    } else if (expectedSize_ >= kTooLargeToReceive) {
+        qCCritical(ebo::log::packetStream) << "Invalidly large packet received.";
+    } else {
+        received_.reserve(expectedSize_);
+        received_.resize(0);
+        inPacket_ = true;
+    }
+    return Progress::kMore;
+}
+
+void PacketStream::readPayload()
+{
+    const int before = received_.size();
+    received_.resize(expectedSize_);
+    const qint64 count = socket_->read(received_.data() + before, expectedSize_ - before);
+    received_.resize(before + static_cast<int>(std::max<qint64>(count, 0)));
+    if (received_.size() < expectedSize_)
+        return;
+    packets_.append(std::exchange(received_, {}));
+    ++waiting_;
+    inPacket_ = false;
+    Q_EMIT packetReady();
+}
+
+QByteArray PacketStream::nextPacket()
+{
+    if (packets_.isEmpty())
+        return {};
+    --waiting_;
+    return packets_.takeFirst();
+}
+
+bool PacketStream::sendPacket(const QByteArray& packet)
+{
+    if (!isConnected()) {
+        qCWarning(ebo::log::packetStream) << "Tried sending packet via non-connected socket!";
+        Q_EMIT disconnected(this);
+        return false;
+    }
+    if (packet.size() >= kTooLargeToSend)
+        qCCritical(ebo::log::packetStream) << "Invalidly large packet sent.";
+
+    std::array<char, sizeof(std::int32_t)> size{};
+    qToBigEndian(static_cast<std::int32_t>(packet.size()), size.data());
+    if (socket_->write(size.data(), size.size()) < static_cast<qint64>(size.size())) {
+        qCWarning(ebo::log::packetStream) << Q_FUNC_INFO << "Failed to send packet size";
+        return false;
+    }
+    if (!socket_ || socket_->write(packet) != packet.size()) {
+        qCWarning(ebo::log::packetStream) << Q_FUNC_INFO << "Failed to send packet";
+        return false;
+    }
+    if (!isConnected()) {
+        qCWarning(ebo::log::packetStream) << "Tried sending packet via non-connected socket?!?!?!";
+        Q_EMIT disconnected(this);
+        return false;
+    }
+    return true;
+}
+
+void PacketStream::disconnectFromHost() { socket_->close(); }
+
+void PacketStream::releaseSocket()
+{
+    if (!socket_)
+        return;
+    QTcpSocket* const socket = std::exchange(socket_, nullptr);
+    disconnect(socket, nullptr, this, nullptr);
+    disconnect(this, nullptr, socket, nullptr);
+    socket->close();
+    socket->deleteLater();
+}
+
+void PacketStream::onSocketStateChanged(QAbstractSocket::SocketState state)
+{
+    qCInfo(ebo::log::packetStream) << this << "Socket state changed:" << state;
+    if (state == QAbstractSocket::ConnectedState)
+        return;
+    releaseSocket();
+    Q_EMIT disconnected(this);
+}
+
+void PacketStream::onSocketError(QAbstractSocket::SocketError error)
+{
+    qCWarning(ebo::log::packetStream) << this << "Socket error:" << error << ", will disconnect.";
+    releaseSocket();
+    Q_EMIT disconnected(this);
+}
+
+void PacketStream::onSocketDisconnected()
+{
+    qCInfo(ebo::log::packetStream) << this << "Socket disconnected";
+    releaseSocket();
+    disconnect(this, nullptr, this, nullptr);
+}

@@ -1,0 +1,273 @@
+#include "network/exchange/Service.h"
+
+#include "network/discovery/sameAddress.h"
+#include "network/exchange/DirectoryMessage.h"
+#include "network/exchange/Host.h"
+#include "network/exchange/Server.h"
+#include "runtime/logCategories.h"
+
+#include <QMutexLocker>
+#include <QThread>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace eboNetworkExchange {
+
+namespace {
+
+using eboDiscoverer::sameAddress;
+
+/// The way that a stream goes; nothing once it has lost its socket.
+std::optional<AddressPair> wayOf(const PacketStream& stream)
+{
+    const QTcpSocket* socket = stream.socket();
+    if (socket == nullptr)
+        return std::nullopt;
+    return AddressPair{socket->localAddress(), socket->peerAddress()};
+}
+
+/// A stream may be the one whose signal is being handled: it always goes later.
+Service::Stream makeStream(QTcpSocket* socket)
+{
+    return {new PacketStream(socket), [](PacketStream* stream) { stream->deleteLater(); }};
+}
+
+}  // namespace
+
+Service::Service(ebo::weakptr<Host> host, QString serviceId, quint16 port, const QUuid& localUuid,
+                 std::shared_ptr<ThreadCalls> calls)
+    : host_(std::move(host)), serviceId_(std::move(serviceId)), port_(port), localUuid_(localUuid),
+      calls_(std::move(calls))
+{}
+
+Service::~Service() = default;
+
+bool Service::isReady() const
+{
+    const QMutexLocker locker(&mutex_);
+    return !streams_.isEmpty();
+}
+
+QList<Service::Stream> Service::streams() const
+{
+    const QMutexLocker locker(&mutex_);
+    return streams_;
+}
+
+QList<ExistingConnection> Service::connections() const
+{
+    QList<ExistingConnection> result;
+    for (const Stream& stream : streams()) {
+        if (const auto way = wayOf(*stream))
+            result.append({way->local, way->remote, stream->socket()->peerPort()});
+    }
+    for (const auto& [socket, pair] : connecting_)
+        result.append({pair.local, pair.remote, port_});
+    return result;
+}
+
+void Service::connectStreams(const QList<QHostAddress>& addresses, const QList<LocalEntry>& entries)
+{
+    if (port_ == 0)
+        return;
+    for (const AddressPair& pair : addressPairs(addresses, port_, connections(), entries)) {
+        QTcpSocket* const socket = Server::boundSocket(pair.local, this);
+        if (socket == nullptr)
+            continue;
+        connecting_.emplace(socket, pair);
+        connect(socket, &QTcpSocket::connected, this, &Service::onSocketConnected);
+        connect(socket, &QTcpSocket::errorOccurred, this, &Service::onSocketError);
+        socket->connectToHost(pair.remote, port_);
+    }
+}
+
+void Service::closeStaleStreams(const QList<LocalEntry>& entries)
+{
+    for (const Stream& stream : streams()) {
+        const auto way = wayOf(*stream);
+        if (way && !isLocal(way->local, entries))
+            stream->disconnectFromHost();
+    }
+}
+
+void Service::onSocketConnected()
+{
+    auto* const socket = qobject_cast<QTcpSocket*>(sender());
+    if (socket == nullptr)
+        return;
+    connecting_.erase(socket);
+    // Names the service to the other side; it is no packet of the stream that follows.
+    DirectoryMessage message;
+    message.type = DirectoryMessage::kServiceInfo;
+    message.hostUuid = localUuid_;
+    message.serviceId = serviceId_;
+    message.port = socket->localPort();
+    socket->write(toBytes(message));
+    addStream(socket);
+}
+
+void Service::onSocketError(QAbstractSocket::SocketError socketError)
+{
+    auto* const socket = qobject_cast<QTcpSocket*>(sender());
+    if (socket == nullptr) {
+        qCWarning(ebo::log::networkService) << serviceId_ << "socket error" << socketError;
+        return;
+    }
+    qCWarning(ebo::log::networkService)
+        << serviceId_ << "socket error" << socketError << "(" << socket->errorString() << ")";
+    connecting_.erase(socket);
+    socket->deleteLater();
+}
+
+void Service::addStream(QTcpSocket* socket)
+{
+    disconnect(socket, nullptr, this, nullptr);
+    disconnect(this, nullptr, socket, nullptr);
+    socket->setParent(nullptr);
+    const QHostAddress peer = socket->peerAddress();
+    const quint16 peerPort = socket->peerPort();
+    const Stream stream = makeStream(socket);
+    stream->setObjectName(serviceId_ + QStringLiteral("_stream_") + peer.toString());
+    qCInfo(ebo::log::networkService) << "(new Stream)" << stream.get() << socket->localAddress() << "=>"
+                                     << peer;
+    connect(stream.get(), &PacketStream::packetReady, this, &Service::readyRead);
+    connect(stream.get(), &PacketStream::disconnected, this, &Service::socketDisconnected);
+    connect(stream.get(), &PacketStream::bytesWritten, this, &Service::bytesWritten);
+
+    bool wasReady = false;
+    {
+        const QMutexLocker locker(&mutex_);
+        wasReady = !streams_.isEmpty();
+        streams_.append(stream);
+    }
+    const bool packetsWait = stream->packetsAvailable() > 0;
+    if (!wasReady)
+        Q_EMIT isReadyChanged(ebo::refptr<Service>(this));
+    if (packetsWait)
+        Q_EMIT readyRead();
+    qCDebug(ebo::log::networkService) << serviceId_ << "connected to host:" << peer << peerPort;
+}
+
+void Service::remove(const Stream& stream)
+{
+    const QMutexLocker locker(&mutex_);
+    streams_.removeOne(stream);
+}
+
+void Service::socketDisconnected(PacketStream* stream)
+{
+    for (const Stream& known : streams()) {
+        if (known.get() == stream)
+            remove(known);
+    }
+    Q_EMIT isReadyChanged(ebo::refptr<Service>(this));
+}
+
+void Service::ipRemoved(const QHostAddress& address)
+{
+    for (const Stream& stream : streams()) {
+        const auto way = wayOf(*stream);
+        if (!way || !sameAddress(way->remote, address))
+            continue;
+        qCInfo(ebo::log::networkService) << "Disconnecting stream to:" << address;
+        remove(stream);
+        stream->disconnectFromHost();
+        return;
+    }
+}
+
+void Service::shutDown()
+{
+    for (const auto& [socket, pair] : std::exchange(connecting_, {})) {
+        disconnect(socket, nullptr, this, nullptr);
+        socket->setParent(nullptr);  // its own thread deletes it, whatever thread deletes this
+        socket->abort();
+        socket->deleteLater();
+    }
+    QList<Stream> closing;
+    {
+        const QMutexLocker locker(&mutex_);
+        closing.swap(streams_);
+    }
+    for (const Stream& stream : closing) {
+        disconnect(stream.get(), nullptr, this, nullptr);
+        if (stream->socket() != nullptr)
+            stream->disconnectFromHost();
+    }
+    if (!closing.isEmpty())
+        Q_EMIT isReadyChanged(ebo::refptr<Service>(this));
+}
+
+bool Service::isElsewhere() const { return QThread::currentThread() != thread(); }
+
+bool Service::packetsAvailable() const
+{
+    const QMutexLocker locker(&mutex_);
+    return std::any_of(streams_.begin(), streams_.end(),
+                       [](const Stream& stream) { return stream->packetsAvailable() > 0; });
+}
+
+QByteArray Service::readPacket()
+{
+    if (isElsewhere()) {
+        QByteArray packet;
+        calls_->call(this, [this, &packet] { packet = readPacket(); });
+        return packet;
+    }
+    const QMutexLocker locker(&mutex_);
+    for (const Stream& stream : streams_) {
+        QByteArray packet = stream->nextPacket();
+        if (!packet.isEmpty())
+            return packet;
+    }
+    return {};
+}
+
+bool Service::writePacket(const QByteArray& data) { return write(data, true); }
+
+void Service::writePacketNonBlocking(const QByteArray& data) { write(data, false); }
+
+bool Service::write(const QByteArray& data, bool blocking)
+{
+    if (isElsewhere()) {
+        if (!blocking) {
+            QMetaObject::invokeMethod(
+                this, [this, data] { write(data, false); }, Qt::QueuedConnection);
+            return false;
+        }
+        bool result = false;
+        if (!calls_->call(this, [this, &data, &result] { result = write(data, true); }))
+            qCWarning(ebo::log::networkDirectory) << Q_FUNC_INFO << "failed because host no longer available";
+        return result;
+    }
+
+    const ebo::refptr<Host> host = host_.promote();
+    if (!host) {
+        qCWarning(ebo::log::networkDirectory) << Q_FUNC_INFO << "failed because host no longer available";
+        return false;
+    }
+    const AddressPair lowest = host->lowestPingWay();
+    const QList<Stream> candidates = streams();
+    if (candidates.isEmpty()) {
+        qCWarning(ebo::log::networkDirectory) << Q_FUNC_INFO << "failed to write, no streams available";
+        return false;
+    }
+    if (lowest.local.isNull() || lowest.remote.isNull()) {
+        qCWarning(ebo::log::networkDirectory)
+            << Q_FUNC_INFO << "failed because there is no lowest ping connection (Remote Id:" << host->uuid()
+            << ")";
+        return false;
+    }
+    for (const Stream& stream : candidates) {
+        const auto way = wayOf(*stream);
+        if (way && sameAddress(way->local, lowest.local) && sameAddress(way->remote, lowest.remote))
+            return stream->sendPacket(data);
+    }
+    // It goes out all the same, but callers are told that it did not go by the way it should.
+    candidates.first()->sendPacket(data);
+    return false;
+}
+
+}  // namespace eboNetworkExchange

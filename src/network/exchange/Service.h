@@ -1,0 +1,109 @@
+#pragma once
+
+#include "network/exchange/PacketStream.h"
+#include "network/exchange/ThreadCalls.h"
+#include "network/exchange/addressPairs.h"
+#include "runtime/refcounted.h"
+#include "runtime/refptr.h"
+#include "runtime/weakptr.h"
+
+#include <QByteArray>
+#include <QHostAddress>
+#include <QList>
+#include <QMutex>
+#include <QObject>
+#include <QString>
+#include <QTcpSocket>
+#include <QUuid>
+
+#include <map>
+#include <memory>
+
+namespace eboNetworkExchange {
+
+class Host;
+
+/// One named service of one device: all streams that carry it, one for each pair of addresses, seen as a
+/// single pipe of packets that sends by the way with the lowest ping. It is ready while it has a stream.
+///
+/// Lives on the network thread. `write...`, `readPacket` and `packetsAvailable` may be called on any thread;
+/// they come back with failure if the network ends meanwhile.
+class Service : public QObject, public ebo::refcounted {
+    Q_OBJECT
+
+public:
+    using Stream = std::shared_ptr<PacketStream>;
+
+    /// @param host   whose service it is; held weakly
+    /// @param port   the service's TCP port there; 0 where only the other side connects
+    /// @param calls  how other threads reach the network's
+    Service(ebo::weakptr<Host> host, QString serviceId, quint16 port, const QUuid& localUuid,
+            std::shared_ptr<ThreadCalls> calls);
+    ~Service() override;
+
+    [[nodiscard]] const QString& serviceId() const { return serviceId_; }
+    [[nodiscard]] quint16 port() const { return port_; }
+    [[nodiscard]] bool isReady() const;
+
+    /// Connects to the service from every address of ours that shares a subnet with one of the addresses,
+    /// where there is no stream yet and none under way. Does nothing without a port.
+    void connectStreams(const QList<QHostAddress>& addresses, const QList<LocalEntry>& entries);
+
+    /// Closes the streams whose local address has gone.
+    void closeStaleStreams(const QList<LocalEntry>& entries);
+
+    /// Takes a connected socket as a stream, and owns it; what opened the connection has been read from it.
+    void addStream(QTcpSocket* socket);
+
+    /// Closes all streams and gives up connections under way; tells isReadyChanged if that changed it.
+    void shutDown();
+
+public Q_SLOTS:
+    /// Whether any stream holds a packet.
+    [[nodiscard]] bool packetsAvailable() const;
+
+    /// The first packet of the first stream that has one; empty if none has, and for an empty packet. Packets
+    /// keep their order within a stream only.
+    QByteArray readPacket();
+
+    /// Sends a packet by the way with the lowest ping, and waits until the socket has taken it.
+    /// @return whether it went that way: a packet that had to go another way is reported as not sent
+    bool writePacket(const QByteArray& data);
+
+    /// The same without waiting, when called on another thread.
+    void writePacketNonBlocking(const QByteArray& data);
+
+    void socketDisconnected(PacketStream* stream);
+
+    /// The device has lost an address: the first stream to it goes.
+    void ipRemoved(const QHostAddress& address);
+
+Q_SIGNALS:
+    void readyRead();
+
+    /// May come without a change.
+    void isReadyChanged(ebo::refptr<eboNetworkExchange::Service> service);
+    void bytesWritten(qint64 bytes);
+
+private Q_SLOTS:
+    bool write(const QByteArray& data, bool blocking);
+    void onSocketConnected();
+    void onSocketError(QAbstractSocket::SocketError socketError);
+
+private:
+    [[nodiscard]] bool isElsewhere() const;
+    [[nodiscard]] QList<Stream> streams() const;
+    [[nodiscard]] QList<ExistingConnection> connections() const;
+    void remove(const Stream& stream);
+
+    const ebo::weakptr<Host> host_;
+    const QString serviceId_;
+    const quint16 port_;
+    const QUuid localUuid_;
+    const std::shared_ptr<ThreadCalls> calls_;
+    mutable QMutex mutex_;
+    QList<Stream> streams_;                          // in order of arrival; guarded by mutex_
+    std::map<QTcpSocket*, AddressPair> connecting_;  // network thread only
+};
+
+}  // namespace eboNetworkExchange

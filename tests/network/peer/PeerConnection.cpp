@@ -1,0 +1,97 @@
+#include "network/peer/PeerConnection.h"
+
+#include <arpa/inet.h>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+#include <utility>
+
+namespace peer {
+namespace {
+
+constexpr int kGuardSeconds = 60;
+
+int makeSocket(const testsupport::NetworkNamespace& place)
+{
+    const testsupport::NetworkNamespace::Visit visit(place);
+    return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+}
+
+}  // namespace
+
+PeerConnection::PeerConnection(const testsupport::NetworkNamespace& place, const std::string& address,
+                               std::uint16_t port)
+    : socket_(makeSocket(place))
+{
+    const timeval guard{kGuardSeconds, 0};
+    setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &guard, sizeof guard);
+    setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &guard, sizeof guard);
+    const int on = 1;
+    setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    sockaddr_in target{};
+    target.sin_family = AF_INET;
+    target.sin_port = htons(port);
+    inet_pton(AF_INET, address.c_str(), &target.sin_addr);
+    if (connect(socket_, reinterpret_cast<const sockaddr*>(&target), sizeof target) != 0) {
+        const int error = errno;
+        close(socket_);
+        throw std::runtime_error("cannot connect to " + address + ": " + std::strerror(error));
+    }
+}
+
+PeerConnection::~PeerConnection()
+{
+    if (socket_ >= 0)
+        close(socket_);
+}
+
+PeerConnection::PeerConnection(PeerConnection&& other) noexcept : socket_(std::exchange(other.socket_, -1)) {}
+
+void PeerConnection::send(const Bytes& bytes) const
+{
+    std::size_t sent = 0;
+    while (sent < bytes.size()) {
+        const ssize_t step = ::send(socket_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+        if (step < 0)
+            throw std::runtime_error(std::string("cannot send: ") + std::strerror(errno));
+        sent += static_cast<std::size_t>(step);
+    }
+}
+
+void PeerConnection::sendBytewise(const Bytes& bytes) const
+{
+    for (const char octet : bytes)
+        send(Bytes(1, octet));
+}
+
+Bytes PeerConnection::receive(std::size_t size) const
+{
+    Bytes bytes(size, '\0');
+    std::size_t received = 0;
+    while (received < size) {
+        const ssize_t step = recv(socket_, bytes.data() + received, size - received, 0);
+        if (step <= 0)
+            break;
+        received += static_cast<std::size_t>(step);
+    }
+    bytes.resize(received);
+    return bytes;
+}
+
+bool PeerConnection::isClosedByPeer() const
+{
+    std::array<char, 4096> dropped{};
+    ssize_t step = 0;
+    do
+        step = recv(socket_, dropped.data(), dropped.size(), 0);
+    while (step > 0);
+    return step == 0 || errno == ECONNRESET;
+}
+
+}  // namespace peer

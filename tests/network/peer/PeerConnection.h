@@ -1,0 +1,39 @@
+#pragma once
+
+#include "network/peer/wire.h"
+#include "support/NetworkNamespace.h"
+
+#include <cstdint>
+#include <string>
+
+namespace peer {
+
+/// One end of a TCP connection, for directory and service connections. All operations block, but none for
+/// longer than a minute, which only a hang explains. Throws std::runtime_error where the system refuses.
+class PeerConnection {
+public:
+    /// Connects from inside of the namespace.
+    PeerConnection(const testsupport::NetworkNamespace& place, const std::string& address,
+                   std::uint16_t port);
+    ~PeerConnection();
+    PeerConnection(PeerConnection&& other) noexcept;
+    PeerConnection& operator=(PeerConnection&&) = delete;
+    PeerConnection(const PeerConnection&) = delete;
+    PeerConnection& operator=(const PeerConnection&) = delete;
+
+    void send(const Bytes& bytes) const;
+
+    /// Each octet in a segment of its own.
+    void sendBytewise(const Bytes& bytes) const;
+
+    /// Exactly so many octets; fewer if the other side closes.
+    [[nodiscard]] Bytes receive(std::size_t size) const;
+
+    /// Waits until the other side has closed, and drops what comes before that.
+    [[nodiscard]] bool isClosedByPeer() const;
+
+private:
+    int socket_;
+};
+
+}  // namespace peer
