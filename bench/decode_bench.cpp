@@ -1,9 +1,10 @@
-// How fast a track becomes mono samples: ffmpegFileReader::readMono in the runner's blocks, and the opening.
+// How fast a track becomes mono samples: readMono of each reader in the runner's blocks, and the opening.
 // The input is made once per run by the ffmpeg program.
 
-#include "file/eboFileFactory.h"
-#include "formats/ffmpegFileReader.h"
-#include "formats/prepareFfmpeg.h"
+#include "formats/eboAudioFormatReader.h"
+#include "formats/eboFileFormats.h"
+
+#include <QString>
 
 #include <benchmark/benchmark.h>
 
@@ -65,11 +66,10 @@ const std::string& trackPath(const std::string& extension)
     return tracks.path(extension);
 }
 
-ebo::refptr<ffmpegFileReader> open(const std::string& path)
+ebo::refptr<eboAudioFormatReader> open(const std::string& path)
 {
-    static const auto factory = ebo::makeRef<eboFileFactory>();
-    prepareFfmpeg();
-    return ebo::makeRef<ffmpegFileReader>(factory->open(path.c_str(), 0));
+    static const auto formats = ebo::makeRef<eboFileFormats>(nullptr);
+    return ebo::dynamicCast<eboAudioFormatReader>(formats->createReader(QString::fromStdString(path)));
 }
 
 void readMono(benchmark::State& state, const std::string& extension)
@@ -99,9 +99,15 @@ void openTrack(benchmark::State& state, const std::string& extension)
 BENCHMARK_CAPTURE(readMono, mp3, "mp3")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(readMono, m4a, "m4a")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(readMono, wav, "wav")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(readMono, flac, "flac")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(readMono, oga, "oga")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(readMono, ogg, "ogg")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(openTrack, mp3, "mp3")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(openTrack, m4a, "m4a")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(openTrack, wav, "wav")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(openTrack, flac, "flac")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(openTrack, oga, "oga")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(openTrack, ogg, "ogg")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(openTrack, aac, "aac")->Unit(benchmark::kMillisecond);  // counts its frames
 
 }  // namespace

@@ -17,7 +17,6 @@ import tempfile
 import time
 import zlib
 
-PREFERENCES = struct.pack("<iiBBBB", 58, 195, 0, 1, 1, 0)  # without key
 START, PROGRESS, FINISHED, QUIT = 1, 3, 10, 12
 
 
@@ -53,7 +52,11 @@ def decode(path):
         ["ffmpeg", "-v", "error", "-threads", "1", "-i", path, "-f", "null", "-"], stdin=subprocess.DEVNULL))
 
 
-def analyse(worker, path):
+def preferences(with_key):
+    return struct.pack("<iiBBBB", 58, 195, with_key, 1, 1, 0)
+
+
+def analyse(worker, path, with_key=True):
     """CPU seconds, MiB, and seconds from the start command to the first progress message."""
     with socket.create_server(("127.0.0.1", 0)) as server:
         process = subprocess.Popen([worker, str(server.getsockname()[1])])
@@ -61,7 +64,7 @@ def analyse(worker, path):
     with connection:
         connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
         begun = time.perf_counter()
-        connection.sendall(frame(START, PREFERENCES + os.fsencode(path)))
+        connection.sendall(frame(START, preferences(with_key) + os.fsencode(path)))
         first_progress = None
         for kind, _ in messages(connection):
             if kind == PROGRESS and first_progress is None:
@@ -92,15 +95,19 @@ def main():
             tracks.append(path)
 
         print("four minutes, 44.1 kHz, stereo: CPU seconds of", rounds, "rounds, the least")
-        print(f"{'':10}{'ffmpeg decode':>15}{'worker':>10}{'ratio':>8}{'MiB':>7}{'first progress':>17}")
+        print(f"{'':10}{'ffmpeg decode':>15}{'worker':>10}{'ratio':>8}{'without key':>14}{'ratio':>8}{'key':>8}{'ratio':>8}"
+              f"{'MiB':>7}{'first progress':>17}")
         for path in tracks:
-            decodes, runs = [], []
+            decodes, runs, keyless = [], [], []
             for _ in range(rounds):
                 decodes.append(decode(path)[0])
                 runs.append(analyse(worker, path))
+                keyless.append(analyse(worker, path, with_key=False))
             bare = min(decodes)
             cpu = min(run[0] for run in runs)
-            print(f"{os.path.splitext(path)[1]:10}{bare:15.3f}{cpu:10.3f}{cpu / bare:8.2f}"
+            without = min(run[0] for run in keyless)
+            print(f"{os.path.splitext(path)[1]:10}{bare:15.3f}{cpu:10.3f}{cpu / bare:8.2f}{without:14.3f}"
+                  f"{without / bare:8.2f}{cpu - without:8.3f}{(cpu - without) / bare:8.2f}"
                   f"{max(run[1] for run in runs):7.1f}{1000 * max(run[2] for run in runs):14.1f} ms")
 
         print("\ntwo hours, 44.1 kHz, mono, 16-bit wav")

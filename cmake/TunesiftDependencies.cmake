@@ -19,3 +19,10 @@ if(NOT FFMPEG_FOUND)
         "(libavformat >= 59.27, libavcodec >= 59.37, libavutil >= 57.28, libswresample >= 4.7). "
         "On Debian 12: scripts/setup.sh installs them.")
 endif()
+
+pkg_check_modules(FLAC REQUIRED IMPORTED_TARGET flac>=1.4)
+pkg_check_modules(VORBISFILE REQUIRED IMPORTED_TARGET vorbisfile>=1.3)
+
+# pffft is optional: Debian 12 has no package of it. Without it, FFmpeg's transform serves.
+find_path(PFFFT_INCLUDE_DIR pffft.h PATH_SUFFIXES pffft)
+find_library(PFFFT_LIBRARY pffft)

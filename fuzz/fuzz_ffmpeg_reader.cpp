@@ -2,30 +2,12 @@
 
 #include "formats/ffmpegFileReader.h"
 #include "formats/prepareFfmpeg.h"
+#include "readHereAndThere.h"
 #include "support/MemoryFile.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <vector>
-
-namespace {
-
-constexpr std::uint32_t kBlockFrames = 16384;
-constexpr std::uint32_t kMostFrames = 8 * kBlockFrames;
-
-void readHereAndThere(ffmpegFileReader& reader)
-{
-    std::vector<float> mono(kBlockFrames);
-    for (std::uint32_t frame = 0; frame < kMostFrames; frame += kBlockFrames) {
-        if (reader.readMono(mono.data(), frame, kBlockFrames) < kBlockFrames)
-            break;
-    }
-    for (const std::uint32_t frame : {reader.length() / 2, 1000U, 4294967295U, 0U})
-        reader.readMono(mono.data(), frame, 100);
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

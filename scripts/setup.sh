@@ -7,12 +7,13 @@ packages=(
     g++ cmake ninja-build pkg-config git
     clang clang-format clang-tidy libclang-rt-14-dev   # lint and libFuzzer
     # libraries
-    qtbase5-dev
+    qtbase5-dev qtdeclarative5-dev
     libboost-dev libboost-chrono-dev libboost-thread-dev libboost-system-dev libboost-filesystem-dev
     libavformat-dev libavcodec-dev libavutil-dev libswresample-dev
+    libflac-dev libvorbis-dev
     # tests and benchmarks
     libgtest-dev libgmock-dev libbenchmark-dev
-    ffmpeg python3 procps
+    ffmpeg flac vorbis-tools python3 procps iproute2 nftables
 )
 
 missing=()

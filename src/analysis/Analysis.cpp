@@ -1,7 +1,11 @@
 #include "analysis/Analysis.h"
 
 #include "analysis/EboTransientDetection.h"
+#include "analysis/keyText.h"
+#include "analysis/saturatedTrunc.h"
 #include "analysis/transientFrameSize.h"
+
+#include <new>
 
 namespace {
 
@@ -27,19 +31,41 @@ std::unique_ptr<BeatDetection> makeBeatDetection(const AnalysisSetup& setup, Lou
 
 }  // namespace
 
+Analysis::KeyDetector Analysis::makeKeyDetector(const AnalysisSetup& setup)
+{
+    constexpr int kMono = 1;
+    constexpr int kGoodResampler = 0;
+    constexpr float kUsualTuning = 0.0f;
+    if (!setup.detectKey)
+        return nullptr;
+    CKeyDetect_If* detector = nullptr;
+    try {
+        CreateInstance(&detector, analysis::saturatedTrunc<int>(setup.sampleRate), kMono, kGoodResampler,
+                       kUsualTuning);
+    } catch (const std::bad_alloc&) {
+        return nullptr;  // a track without a key is better than none
+    }
+    return KeyDetector(detector);
+}
+
 Analysis::Analysis(const AnalysisSetup& setup)
     : loudness_(ebo::makeRef<LoudnessAnalyzer>(setup.sampleRate)),
       beatDetection_(makeBeatDetection(setup, *loudness_)),
       beatGrid_(ebo::makeRef<BeatGrid>(setup.sampleRate, setup.sampleCount, 0.0, kFirstBpm)),
       waveform_(ebo::makeRef<WaveformAnalyzer>(setup.sampleRate, framesPerEntry(setup.sampleRate),
                                                lengthOf(setup), setup.overviewSize)),
-      sampleRate_(setup.sampleRate), sampleCount_(setup.sampleCount), bpm_(kFirstBpm)
+      keyDetector_(makeKeyDetector(setup)), sampleRate_(setup.sampleRate), sampleCount_(setup.sampleCount),
+      bpm_(kFirstBpm)
 {}
 
 void Analysis::process(const boost::shared_array<float>& samples, std::uint32_t position, std::uint32_t count,
                        bool isLast, StatusCallbackInterface* status)
 {
     beatDetection_->transientDetection().process(samples.get(), count, position, this);
+    if (keyDetector_) {
+        const float* const mono = samples.get();
+        keyDetector_->process(&mono, static_cast<int>(count));  // refuses an empty block, which is as well
+    }
     if (isLast)
         finish(status);
 }
@@ -52,6 +78,11 @@ void Analysis::finish(StatusCallbackInterface* status)
     bpm_ = bpm;
     beatGrid_ = ebo::makeRef<BeatGrid>(sampleRate_, sampleCount_, offset, bpm_);
     waveform_->flush();
+    if (keyDetector_) {
+        const auto result = std::make_unique<KeyResult>();
+        keyDetector_->getKey(result.get(), nullptr, 0);
+        key_ = normalizedKeyText(QString::fromUtf8(result->keyText));
+    }
 }
 
 void Analysis::rmsUpdate(std::uint32_t position, float* bands)

@@ -6,6 +6,7 @@
 #include "analysis/LoudnessAnalyzer.h"
 #include "analysis/RmsInterface.h"
 #include "analysis/WaveformAnalyzer.h"
+#include "key/CKeyDetect_If.h"
 #include "runtime/refcounted.h"
 #include "runtime/refptr.h"
 
@@ -19,8 +20,8 @@
 class StatusCallbackInterface;
 
 /// The one object that sees every sample of a track. It hands each block to all analyzers in a fixed order,
-/// and after the last block it has tempo and beat grid found. Made for one run, on whose thread it lives.
-/// Nothing fails here: what cannot be found out is told by the results.
+/// and after the last block it has tempo, beat grid and key found. Made for one run, on whose thread it
+/// lives. Nothing fails here: what cannot be found out is told by the results.
 class Analysis : public ebo::refcounted, private boost::noncopyable, public RmsInterface {
 public:
     explicit Analysis(const AnalysisSetup& setup);
@@ -50,8 +51,8 @@ public:
     /// The key in the spelling of normalizedKeyText; empty while, or if, it is not known.
     [[nodiscard]] const QString& key() const { return key_; }
 
-    /// Whether a key is being looked for.
-    [[nodiscard]] bool keyEnabled() const { return keyEnabled_; }
+    /// Whether a key is being looked for: not if the setup says so, nor at rates below 8192 Hz.
+    [[nodiscard]] bool keyEnabled() const { return keyDetector_ != nullptr; }
 
     [[nodiscard]] const LoudnessAnalyzer& loudness() const { return *loudness_; }
     [[nodiscard]] WaveformAnalyzer& waveform() { return *waveform_; }
@@ -60,6 +61,13 @@ public:
     [[nodiscard]] std::uint32_t frameSize() const;
 
 private:
+    struct DestroyKeyDetector {
+        void operator()(CKeyDetect_If* detector) const { DestroyInstance(&detector); }
+    };
+    using KeyDetector = std::unique_ptr<CKeyDetect_If, DestroyKeyDetector>;
+
+    static KeyDetector makeKeyDetector(const AnalysisSetup& setup);
+
     void finish(StatusCallbackInterface* status);
 
     const ebo::refptr<LoudnessAnalyzer> loudness_;  // fed by the transient detection, in passing
@@ -67,7 +75,7 @@ private:
     ebo::refptr<BeatGrid> beatGrid_;
     const ebo::refptr<WaveformAnalyzer> waveform_;
     QString key_;
-    const bool keyEnabled_ = false;  // this build has no key detector
+    const KeyDetector keyDetector_;  // null if no key is looked for
     const double sampleRate_;        // Hz
     const std::int32_t sampleCount_;
     double bpm_;

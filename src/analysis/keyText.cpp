@@ -1,5 +1,7 @@
 #include "analysis/keyText.h"
 
+#include "key/keyTable.h"
+
 #include <array>
 
 namespace {
@@ -21,19 +23,11 @@ constexpr std::array<Replacement, 10> kReplacements{{{"Gbm", "F#m"},
                                                      {"D#", "Eb"},
                                                      {"A#", "Bb"}}};
 
-enum Column { kSharp, kFlat, kNumberForm, kLetterForm };
-using Row = std::array<const char*, 4>;
-
-// The row is the number: even ones are major keys, odd ones minor keys.
-constexpr std::array<Row, 24> kKeys{
-    {{"C", "C", "1d", "8B"},      {"Am", "Am", "1m", "8A"},    {"G", "G", "2d", "9B"},
-     {"Em", "Em", "2m", "9A"},    {"D", "D", "3d", "10B"},     {"Bm", "Bm", "3m", "10A"},
-     {"A", "A", "4d", "11B"},     {"F#m", "Gbm", "4m", "11A"}, {"E", "E", "5d", "12B"},
-     {"C#m", "Dbm", "5m", "12A"}, {"B", "B", "6d", "1B"},      {"G#m", "Abm", "6m", "1A"},
-     {"F#", "Gb", "7d", "2B"},    {"D#m", "Ebm", "7m", "2A"},  {"C#", "Db", "8d", "3B"},
-     {"A#m", "Bbm", "8m", "3A"},  {"G#", "Ab", "9d", "4B"},    {"Fm", "Fm", "9m", "4A"},
-     {"D#", "Eb", "10d", "5B"},   {"Cm", "Cm", "10m", "5A"},   {"A#", "Bb", "11d", "6B"},
-     {"Gm", "Gm", "11m", "6A"},   {"F", "F", "12d", "7B"},     {"Dm", "Dm", "12m", "7A"}}};
+using Column = const char* KeySpelling::*;
+constexpr std::array<Column, 4> kColumns{&KeySpelling::sharp, &KeySpelling::flat, &KeySpelling::numberForm,
+                                         &KeySpelling::letterForm};
+constexpr std::size_t kNames = 2;           // the first columns: sharp and flat
+constexpr std::size_t kNamesAndNumber = 3;  // and the number form
 
 enum class Kind { kUnknown, kMajor, kMinor };
 
@@ -61,11 +55,11 @@ Kind takeKind(QString& text)
     return Kind::kUnknown;
 }
 
-int findRow(const QString& text, std::size_t firstRow, std::size_t rowStep, Column lastColumn)
+int findRow(const QString& text, std::size_t firstRow, std::size_t rowStep, std::size_t columns)
 {
-    for (std::size_t row = firstRow; row < kKeys.size(); row += rowStep) {
-        for (std::size_t column = kSharp; column <= lastColumn; ++column) {
-            if (text.compare(QLatin1String(kKeys[row][column]), Qt::CaseInsensitive) == 0)
+    for (std::size_t row = firstRow; row < kKeyTable.size(); row += rowStep) {
+        for (std::size_t column = 0; column < columns; ++column) {
+            if (text.compare(QLatin1String(kKeyTable[row].*kColumns[column]), Qt::CaseInsensitive) == 0)
                 return static_cast<int>(row);
         }
     }
@@ -101,11 +95,11 @@ int keyNumber(const QString& text)
 
     switch (kind) {
     case Kind::kMajor:
-        return findRow(name, 0, 2, kFlat);
+        return findRow(name, 0, 2, kNames);
     case Kind::kMinor:
-        return findRow(name + QLatin1Char('m'), 1, 2, kNumberForm);
+        return findRow(name + QLatin1Char('m'), 1, 2, kNamesAndNumber);
     case Kind::kUnknown:
         break;
     }
-    return findRow(name, 0, 1, kLetterForm);
+    return findRow(name, 0, 1, kColumns.size());
 }

@@ -27,7 +27,7 @@ QString DemoTrack::path() const { return folder_.filePath(QStringLiteral("house-
 
 QString DemoTrack::description()
 {
-    return QStringLiteral("No track given, so here is a demo: %1 s of made house music, %2 BPM in Am, "
+    return QStringLiteral("No track given, so here is a demo: %1 s of made house music, %2 BPM in A minor, "
                           "first downbeat at 0.000 s.\n")
         .arg(kLoop.seconds)
         .arg(kLoop.bpm, 0, 'f', 2);

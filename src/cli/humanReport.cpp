@@ -44,6 +44,12 @@ QString timeTaken(const host::TrackResult& result)
            QStringLiteral(" (%1 times real time)").arg(fixed(*result.seconds / result.wallSeconds, 1));
 }
 
+QString keyInAllForms(int number)
+{
+    const host::KeyName name = host::keyName(number);
+    return QStringLiteral("%1 (%2, %3)").arg(name.musical, name.numberForm, name.letterForm);
+}
+
 }  // namespace
 
 QString humanReport(const host::TrackResult& result)
@@ -54,7 +60,7 @@ QString humanReport(const host::TrackResult& result)
                        [](double rate) { return QStringLiteral("%1 Hz").arg(rate, 0, 'g', 10); })) +
            line("tempo",
                 orDash(result.tempo, [](double tempo) { return fixed(tempo, 2) + QStringLiteral(" BPM"); })) +
-           line("key", host::keyName(result.key.value_or(-1))) +
+           line("key", orDash(result.key, keyInAllForms)) +
            line("loudness", orDash(result.loudness,
                                    [](double loudness) {
                                        return QStringLiteral("%1 (%2 dBFS)")

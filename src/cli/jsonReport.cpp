@@ -15,6 +15,13 @@ QJsonValue orNull(const std::optional<T>& value)
     return value ? QJsonValue(*value) : QJsonValue(QJsonValue::Null);
 }
 
+std::optional<QString> keyForm(const host::TrackResult& result, QString host::KeyName::*form)
+{
+    if (!result.key)
+        return std::nullopt;
+    return host::keyName(*result.key).*form;
+}
+
 QJsonValue errorValue(const std::optional<Failure>& failure)
 {
     if (!failure)
@@ -40,7 +47,9 @@ QString jsonReport(const TrackOutcome& outcome)
         {QStringLiteral("loudness"), orNull(result.loudness)},
         // The logarithm of silence is no number, which JSON writes as null.
         {QStringLiteral("loudnessDb"), result.loudness ? decibels(*result.loudness) : QJsonValue()},
-        {QStringLiteral("key"), result.key ? host::keyName(*result.key) : QJsonValue()},
+        {QStringLiteral("key"), orNull(keyForm(result, &host::KeyName::musical))},
+        {QStringLiteral("keyNumberForm"), orNull(keyForm(result, &host::KeyName::numberForm))},
+        {QStringLiteral("keyLetterForm"), orNull(keyForm(result, &host::KeyName::letterForm))},
         {QStringLiteral("keyNumber"), orNull(result.key)},
         {QStringLiteral("wallSeconds"), result.wallSeconds},
         {QStringLiteral("cpuSeconds"), orNull(result.cpuSeconds)},

@@ -1,6 +1,7 @@
-// tunesift: analyses tracks through worker processes and prints what they find.
+// tunesift: analyses tracks through worker processes and prints what they find; lists devices.
 
 #include "cli/analyzeVerb.h"
+#include "cli/devices/devicesVerb.h"
 #include "cli/exitStatus.h"
 #include "cli/output.h"
 
@@ -19,6 +20,7 @@ const QString& generalHelp()
                        "\n"
                        "Verbs:\n"
                        "  analyze     Finds tempo, beats, key and loudness of tracks.\n"
+                       "  devices     Lists the devices of the network as they come and go.\n"
                        "\n"
                        "Options:\n"
                        "  -h, --help     Shows this; after a verb, the help of the verb.\n"
@@ -31,6 +33,8 @@ int run(const QStringList& arguments)
     const QString verb = arguments.value(1);
     if (verb == QLatin1String("analyze"))
         return analyzeVerb(arguments.mid(1));
+    if (verb == QLatin1String("devices"))
+        return devicesVerb(arguments.mid(1));
     if (verb == QLatin1String("-h") || verb == QLatin1String("--help")) {
         print(generalHelp());
         return kAllWell;

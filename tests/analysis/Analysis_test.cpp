@@ -1,6 +1,8 @@
 #include "analysis/Analysis.h"
 
 #include "analysis/StatusCallbackDummy.h"
+#include "analysis/keyText.h"
+#include "synth/Cadence.h"
 #include "synth/ClickTrack.h"
 #include "synth/HouseLoop.h"
 #include "synth/signals.h"
@@ -187,7 +189,7 @@ TEST(Analysis, ALastBlockWithNothingInItStillEndsTheTrack)
     analysis->process(buffer, position, 0, true, nullptr);
     EXPECT_NEAR(analysis->bpm(), 100.0, 0.1);
     EXPECT_EQ(analysis->waveform().entriesMissing(), 0U);
-    EXPECT_EQ(analysis->key(), QString());
+    EXPECT_NE(keyNumber(analysis->key()), -1) << "the key is named all the same";
 }
 
 TEST(Analysis, AStoppedSearchLeavesAGridWithoutOffset)
@@ -208,11 +210,61 @@ TEST(Analysis, AStoppedSearchLeavesAGridWithoutOffset)
     EXPECT_EQ(analysis->waveform().entriesMissing(), 0U) << "the wave is complete all the same";
 }
 
-TEST(Analysis, ThereIsNoKeyWithoutAKeyDetector)
+TEST(Analysis, NamesTheKeyInTheProductsSpelling)
 {
-    const auto analysis = analyzed(synth::houseLoop({.seconds = 3}));
+    EXPECT_EQ(analyzed(synth::cadence({.tonic = 4, .minor = true}))->key(), QStringLiteral("Dbm"));
+    EXPECT_EQ(analyzed(synth::cadence({.tonic = 9, .minor = true}))->key(), QStringLiteral("F#m"));
+    EXPECT_EQ(analyzed(synth::cadence({.tonic = 1}))->key(), QStringLiteral("Bb"));
+}
+
+TEST(Analysis, TheKeyIsUnknownUntilTheLastBlock)
+{
+    const auto track = synth::cadence({});
+    const auto analysis = ebo::makeRef<Analysis>(setupFor(track));
+    const boost::shared_array<float> buffer(new float[kBlock]());
+    for (std::uint32_t position = 0; position + kBlock <= track.size(); position += kBlock) {
+        std::copy_n(track.begin() + position, kBlock, buffer.get());
+        analysis->process(buffer, position, kBlock, false, nullptr);
+        ASSERT_TRUE(analysis->key().isEmpty());
+    }
+    analysis->process(buffer, static_cast<std::uint32_t>(track.size()), 0, true, nullptr);
+    EXPECT_EQ(analysis->key(), QStringLiteral("A"));
+}
+
+TEST(Analysis, AKeyThatIsNotFoundIsADash)
+{
+    EXPECT_EQ(analyzed(synth::silence(0.4))->key(), QStringLiteral("-"));
+}
+
+TEST(Analysis, LooksForNoKeyUnlessAsked)
+{
+    const auto track = synth::cadence({});
+    AnalysisSetup setup = setupFor(track);
+    setup.detectKey = false;
+    const auto analysis = ebo::makeRef<Analysis>(setup);
+    feed(*analysis, track);
     EXPECT_FALSE(analysis->keyEnabled());
     EXPECT_TRUE(analysis->key().isEmpty());
+}
+
+TEST(Analysis, LooksForNoKeyAtRatesThatAreTooLow)
+{
+    const auto analysis = analyzed(synth::cadence({.sampleRate = 8000}), 8000);
+    EXPECT_FALSE(analysis->keyEnabled());
+    EXPECT_TRUE(analysis->key().isEmpty());
+}
+
+TEST(Analysis, TheKeyDetectorChangesNothingForTheOthers)
+{
+    const auto track = synth::houseLoop({.seconds = 20});
+    const auto with = analyzed(track);
+    AnalysisSetup setup = setupFor(track);
+    setup.detectKey = false;
+    const auto without = ebo::makeRef<Analysis>(setup);
+    feed(*without, track);
+    EXPECT_EQ(with->bpm(), without->bpm());
+    EXPECT_EQ(with->loudness().peakLevel(), without->loudness().peakLevel());
+    EXPECT_EQ(with->waveform().highResolutionEntries(), without->waveform().highResolutionEntries());
 }
 
 TEST(Analysis, BandLevelsAreScaledForTheDetectorToo)

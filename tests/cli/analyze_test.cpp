@@ -43,7 +43,7 @@ TEST_F(AnalyzeVerb, PrintsEveryFactOfATrack)
     EXPECT_THAT(output, HasSubstr("  length          0:10.000\n"));
     EXPECT_THAT(output, HasSubstr("  sample rate     44100 Hz\n"));
     EXPECT_THAT(output, HasSubstr("  tempo           120.00 BPM\n"));
-    EXPECT_THAT(output, HasSubstr("  key             Am\n"));
+    EXPECT_THAT(output, HasSubstr("  key             A minor (1m, 8A)\n"));
     EXPECT_THAT(output, HasSubstr("  loudness        0.2500 (-12.0 dBFS)\n"));
     EXPECT_THAT(output, HasSubstr("  first downbeat  0.113 s\n"));
     EXPECT_THAT(output, HasSubstr("  beats           20\n"));
@@ -109,13 +109,14 @@ TEST_F(AnalyzeVerb, JsonHoldsEveryFactToTheLastDigit)
     const QString track = folder_.track(QStringLiteral("good"));
     const QJsonObject object =
         QJsonDocument::fromJson(analyze({QStringLiteral("--json"), track}).output.toUtf8()).object();
-    EXPECT_EQ(
-        object.keys(),
-        (QStringList{QStringLiteral("beats"), QStringLiteral("cpuSeconds"), QStringLiteral("error"),
-                     QStringLiteral("firstDownbeat"), QStringLiteral("frames"), QStringLiteral("key"),
-                     QStringLiteral("keyNumber"), QStringLiteral("loudness"), QStringLiteral("loudnessDb"),
-                     QStringLiteral("path"), QStringLiteral("sampleRate"), QStringLiteral("seconds"),
-                     QStringLiteral("status"), QStringLiteral("tempo"), QStringLiteral("wallSeconds")}));
+    EXPECT_EQ(object.keys(),
+              (QStringList{QStringLiteral("beats"), QStringLiteral("cpuSeconds"), QStringLiteral("error"),
+                           QStringLiteral("firstDownbeat"), QStringLiteral("frames"), QStringLiteral("key"),
+                           QStringLiteral("keyLetterForm"), QStringLiteral("keyNumber"),
+                           QStringLiteral("keyNumberForm"), QStringLiteral("loudness"),
+                           QStringLiteral("loudnessDb"), QStringLiteral("path"), QStringLiteral("sampleRate"),
+                           QStringLiteral("seconds"), QStringLiteral("status"), QStringLiteral("tempo"),
+                           QStringLiteral("wallSeconds")}));
     EXPECT_EQ(object[QLatin1String("path")].toString(), track);
     EXPECT_EQ(object[QLatin1String("status")].toString(), QStringLiteral("ok"));
     EXPECT_TRUE(object[QLatin1String("error")].isNull());
@@ -127,7 +128,9 @@ TEST_F(AnalyzeVerb, JsonHoldsEveryFactToTheLastDigit)
     EXPECT_EQ(object[QLatin1String("beats")].toInt(), 20);
     EXPECT_EQ(object[QLatin1String("loudness")].toDouble(), 0.25);
     EXPECT_DOUBLE_EQ(object[QLatin1String("loudnessDb")].toDouble(), -40.0 * std::log10(2.0));
-    EXPECT_EQ(object[QLatin1String("key")].toString(), QStringLiteral("Am"));
+    EXPECT_EQ(object[QLatin1String("key")].toString(), QStringLiteral("A minor"));
+    EXPECT_EQ(object[QLatin1String("keyNumberForm")].toString(), QStringLiteral("1m"));
+    EXPECT_EQ(object[QLatin1String("keyLetterForm")].toString(), QStringLiteral("8A"));
     EXPECT_EQ(object[QLatin1String("keyNumber")].toInt(), 1);
     EXPECT_GT(object[QLatin1String("wallSeconds")].toDouble(), 0.0);
     EXPECT_GT(object[QLatin1String("cpuSeconds")].toDouble(), 0.0);
@@ -141,8 +144,8 @@ TEST_F(AnalyzeVerb, JsonHasNullWhereThereIsNoResult)
             .object();
     };
     const QJsonObject noKey = objectOf(QStringLiteral("no-key"));
-    EXPECT_TRUE(noKey[QLatin1String("key")].isNull());
-    EXPECT_TRUE(noKey[QLatin1String("keyNumber")].isNull());
+    for (const char* const name : {"key", "keyNumberForm", "keyLetterForm", "keyNumber"})
+        EXPECT_TRUE(noKey[QLatin1String(name)].isNull()) << name;
     EXPECT_EQ(noKey[QLatin1String("loudness")].toDouble(), 0.25);
     const QJsonObject tempoOnly = objectOf(QStringLiteral("only-the-tempo"));
     for (const char* const name :

@@ -12,7 +12,7 @@ using namespace clitest;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-constexpr const char* kDescription = "made house music, 112.00 BPM in Am, first downbeat at 0.000 s.\n";
+constexpr const char* kDescription = "made house music, 112.00 BPM in A minor, first downbeat at 0.000 s.\n";
 
 class Demo : public testing::Test {
 protected:

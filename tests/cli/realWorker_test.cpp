@@ -38,6 +38,8 @@ TEST(RealWorker, FindsInTheDemoWhatIsThere)
     const double loudness = object[QLatin1String("loudness")].toDouble();
     EXPECT_GT(loudness, 0.05);
     EXPECT_LT(loudness, 1.0);
+    EXPECT_EQ(object[QLatin1String("key")].toString(), QStringLiteral("A minor"));
+    EXPECT_EQ(object[QLatin1String("keyNumber")].toInt(), 1);
 }
 
 TEST(RealWorker, ReadsBetweenAndAfterTracksThatAreNone)
