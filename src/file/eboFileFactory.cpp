@@ -13,8 +13,9 @@
 
 ebo::refptr<eboFile> eboFileFactory::open(const char* path, int options)
 {
+    const LinkPolicy links = (options & kWithoutLinks) != 0 ? LinkPolicy::kRefuse : LinkPolicy::kFollow;
     const ebo::refptr<eboFile> file =
-        ebo::makeRef<eboStdFile>(QByteArray(path), masterLockOf(path)->createLock());
+        ebo::makeRef<eboStdFile>(QByteArray(path), masterLockOf(path)->createLock(), links);
     return cacheEnabler_ && (options & kCached) != 0 ? cached(file) : file;
 }
 

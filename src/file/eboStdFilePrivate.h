@@ -1,5 +1,6 @@
 #pragma once
 
+#include "file/LinkPolicy.h"
 #include "file/eboFileLock.h"
 
 #include <QByteArray>
@@ -13,7 +14,8 @@
 class eboStdFilePrivate {
 public:
     /// @param fileLock this file's member in the group of its path; null for a file without locking
-    eboStdFilePrivate(QByteArray path, std::shared_ptr<eboFileLock> fileLock);
+    /// @param links    whether the path may lead through symbolic links, whenever it is used
+    eboStdFilePrivate(QByteArray path, std::shared_ptr<eboFileLock> fileLock, LinkPolicy links);
 
     /// Closes, then leaves the group of locks.
     ~eboStdFilePrivate();
@@ -22,6 +24,7 @@ public:
     eboStdFilePrivate& operator=(const eboStdFilePrivate&) = delete;
 
     [[nodiscard]] const QByteArray& path() const { return path_; }
+    [[nodiscard]] LinkPolicy links() const { return links_; }
     bool open(int flags);
     void close();
     std::int64_t read(void* buffer, std::int64_t size);
@@ -44,10 +47,12 @@ public:
 
 private:
     [[nodiscard]] QString name() const { return QString::fromUtf8(path_); }
+    [[nodiscard]] bool truncateClosed(std::int64_t newSize) const;
     void syncBeforeClose();
 
     QFile device_;
     const QByteArray path_;
     const std::shared_ptr<eboFileLock> fileLock_;
+    const LinkPolicy links_;
     bool dirty_ = false;
 };
