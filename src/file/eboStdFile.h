@@ -14,9 +14,7 @@ class eboStdFile : public eboFile {
 public:
     /// Made by eboFileFactory; closed at first.
     /// @param fileLock this object's member in the group of the path's locks; null for no locking
-    /// @param links    whether the path may lead through symbolic links
-    eboStdFile(QByteArray path, std::shared_ptr<eboFileLock> fileLock,
-               LinkPolicy links = LinkPolicy::kFollow);
+    eboStdFile(QByteArray path, std::shared_ptr<eboFileLock> fileLock, FileAccess access = {});
 
     [[nodiscard]] const char* filePath() const override;
     bool open(int flags) override;

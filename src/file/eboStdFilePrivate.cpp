@@ -34,8 +34,9 @@ QIODevice::OpenMode deviceMode(int flags)
 
 }  // namespace
 
-eboStdFilePrivate::eboStdFilePrivate(QByteArray path, std::shared_ptr<eboFileLock> fileLock, LinkPolicy links)
-    : path_(std::move(path)), fileLock_(std::move(fileLock)), links_(links)
+eboStdFilePrivate::eboStdFilePrivate(QByteArray path, std::shared_ptr<eboFileLock> fileLock,
+                                     FileAccess access)
+    : path_(std::move(path)), fileLock_(std::move(fileLock)), access_(access)
 {}
 
 eboStdFilePrivate::~eboStdFilePrivate()
@@ -56,7 +57,10 @@ bool eboStdFilePrivate::open(int flags)
     if (device_.isOpen())
         return refuse(QStringLiteral("The file is open already"));
 
-    const RegularFile file = openRegularFile(path_.constData(), deviceMode(flags), links_);
+    QIODevice::OpenMode mode = deviceMode(flags);
+    if (access_.unbuffered)
+        mode |= QIODevice::Unbuffered;
+    const RegularFile file = openRegularFile(path_.constData(), mode, access_.links);
     if (file.descriptor < 0)
         return refuse(file.error);
     if (!device_.open(file.descriptor, file.mode, QFileDevice::AutoCloseHandle)) {
@@ -146,10 +150,10 @@ bool eboStdFilePrivate::truncate(std::int64_t newSize)
 
 bool eboStdFilePrivate::truncateClosed(std::int64_t newSize) const
 {
-    if (links_ == LinkPolicy::kFollow)
+    if (access_.links == LinkPolicy::kFollow)
         return ::truncate(path_.constData(), newSize) == 0;
     const RegularFile file =
-        openRegularFile(path_.constData(), QIODevice::ReadWrite | QIODevice::ExistingOnly, links_);
+        openRegularFile(path_.constData(), QIODevice::ReadWrite | QIODevice::ExistingOnly, access_.links);
     if (file.descriptor < 0)
         return false;
     const bool done = ::ftruncate(file.descriptor, newSize) == 0;
@@ -162,8 +166,8 @@ int eboStdFilePrivate::deleteFile()
     if (device_.isOpen())
         device_.close();
     dirty_ = false;
-    const int result =
-        links_ == LinkPolicy::kFollow ? ::unlink(path_.constData()) : unlinkWithoutLinks(path_.constData());
+    const int result = access_.links == LinkPolicy::kFollow ? ::unlink(path_.constData())
+                                                            : unlinkWithoutLinks(path_.constData());
     return result == 0 ? 0 : -1;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "file/LinkPolicy.h"
+#include "file/FileAccess.h"
 #include "file/eboFileLock.h"
 
 #include <QByteArray>
@@ -14,8 +14,7 @@
 class eboStdFilePrivate {
 public:
     /// @param fileLock this file's member in the group of its path; null for a file without locking
-    /// @param links    whether the path may lead through symbolic links, whenever it is used
-    eboStdFilePrivate(QByteArray path, std::shared_ptr<eboFileLock> fileLock, LinkPolicy links);
+    eboStdFilePrivate(QByteArray path, std::shared_ptr<eboFileLock> fileLock, FileAccess access);
 
     /// Closes, then leaves the group of locks.
     ~eboStdFilePrivate();
@@ -24,7 +23,7 @@ public:
     eboStdFilePrivate& operator=(const eboStdFilePrivate&) = delete;
 
     [[nodiscard]] const QByteArray& path() const { return path_; }
-    [[nodiscard]] LinkPolicy links() const { return links_; }
+    [[nodiscard]] FileAccess access() const { return access_; }
     bool open(int flags);
     void close();
     std::int64_t read(void* buffer, std::int64_t size);
@@ -53,6 +52,6 @@ private:
     QFile device_;
     const QByteArray path_;
     const std::shared_ptr<eboFileLock> fileLock_;
-    const LinkPolicy links_;
+    const FileAccess access_;
     bool dirty_ = false;
 };
