@@ -1,2 +1,4 @@
 #pragma once
-namespace eboUtils { class PageCache {}; }
+namespace eboUtils {
+class PageCache {};
+}  // namespace eboUtils
