@@ -58,7 +58,7 @@ void eboNfsLocalFileRemote::close()
 
 void eboNfsLocalFileRemote::tellUnavailable() const
 {
-    if (const auto host = host_.promote())
+    if (const auto host = host_.promote(); host && host->hasService())
         host->sendMessage({eboNfsMessages::eObjectUnavailable, objectId_});
 }
 
@@ -135,6 +135,8 @@ bool eboNfsLocalFileRemote::readBlock(std::uint64_t block, QByteArray& data)
     const std::int64_t offset = static_cast<std::int64_t>(block) * kBlockSize;
     const std::int64_t length = std::clamp(file_->size() - offset, std::int64_t{0}, kBlockSize);
     data = QByteArray(static_cast<int>(length), Qt::Uninitialized);
+    if (length == 0)  // not a place that every file system can go to
+        return isOpen();
     const eboFileLock::Level level = file_->lockLevel();
     if (level == eboFileLock::Unlocked && file_->lock(eboFileLock::Shared) != eboFileLock::SUCCESS)
         return false;
