@@ -73,7 +73,8 @@ public Q_SLOTS:
     /// The same without waiting, when called on another thread.
     void writePacketNonBlocking(const QByteArray& data);
 
-    /// Hands a packet to the stream with the lowest ping or, if there is none, to another one. Network thread.
+    /// Hands a packet to the stream with the lowest ping or, if there is none, to another one. Network
+    /// thread.
     /// @return whether a stream took it, whichever that was
     bool handOver(const QByteArray& data);
 

@@ -91,12 +91,12 @@ struct Message {
     eboSparseBitArray invalidBlocks;  ///< eFileDataInvalid
     std::int64_t newSize = 0;         ///< eFileDataInvalid, eFileTruncateRequest; bytes.
 
-    std::int8_t lockResult = 0;   ///< eFileLockResponse: an eboFileLock::LockResult.
-    std::int32_t lockLevel = 0;   ///< eFileLockRequest, eFileLockResponse: an eboFileLock::Level.
-    QString deviceName;           ///< eDeviceInfo
-    bool truncated = false;       ///< eFileTruncateResponse
-    bool deleted = false;         ///< eFileDeleteResponse
-    QString path;                 ///< eInfoRequest, eDirectoryRequest, eFileRequest: from the host's root on.
+    std::int8_t lockResult = 0;  ///< eFileLockResponse: an eboFileLock::LockResult.
+    std::int32_t lockLevel = 0;  ///< eFileLockRequest, eFileLockResponse: an eboFileLock::Level.
+    QString deviceName;          ///< eDeviceInfo
+    bool truncated = false;      ///< eFileTruncateResponse
+    bool deleted = false;        ///< eFileDeleteResponse
+    QString path;                ///< eInfoRequest, eDirectoryRequest, eFileRequest: from the host's root on.
     std::int32_t requestFlags = 0;      ///< eFileRequest; always 0.
     eboSparseBitArray requestedBlocks;  ///< eFileDataRequest
 };

@@ -241,8 +241,7 @@ void eboNfs::onHostRemoved(const ebo::refptr<eboNetworkExchange::Host>& host)
             removed = known;
     }
     if (!removed) {
-        qCWarning(ebo::log::fileTransfer)
-            << "Host removed that wasn't registered! (" << host->uuid() << ")";
+        qCWarning(ebo::log::fileTransfer) << "Host removed that wasn't registered! (" << host->uuid() << ")";
         return;
     }
     removed->remove();
@@ -331,10 +330,7 @@ void eboNfs::dropObject(std::uint32_t objectId)
         object->setIsUnavailable();
 }
 
-void eboNfs::triggerProcessing()
-{
-    QMetaObject::invokeMethod(this, "doProcessing", Qt::QueuedConnection);
-}
+void eboNfs::triggerProcessing() { QMetaObject::invokeMethod(this, "doProcessing", Qt::QueuedConnection); }
 
 void eboNfs::doProcessing()
 {

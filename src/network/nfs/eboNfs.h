@@ -83,8 +83,8 @@ public:
     /// that are there. Any thread.
     void setDeviceName(const QString& name);
 
-    /// Ends every use of other devices: what is open becomes unavailable, so that nobody waits any longer, and
-    /// nothing can be opened again. Any thread.
+    /// Ends every use of other devices: what is open becomes unavailable, so that nobody waits any longer,
+    /// and nothing can be opened again. Any thread.
     void makeEverythingUnavailable();
 
     /// Whether the last turn of serving left work to do. Any thread.

@@ -68,8 +68,8 @@ void eboNfsFile::sendRelease()
         receiver->sendMessage(messageOf(eboNfsMessages::eFileRelease));
     else
         qCWarning(ebo::log::remoteFile)
-            << "void eboNfsFile::sendRelease()" << "failed to send release request for file"
-            << eboNetUrl::pathOf(url_);
+            << "void eboNfsFile::sendRelease()"
+            << "failed to send release request for file" << eboNetUrl::pathOf(url_);
 }
 
 bool eboNfsFile::waitUntilOpen()
@@ -175,7 +175,8 @@ void eboNfsFile::close(Status status)
 bool eboNfsFile::deleteFile()
 {
     if (isUnavailable()) {
-        qCCritical(ebo::log::remoteFile) << "bool eboNfsFile::deleteFile()" << errorName_ << ", status:" << status();
+        qCCritical(ebo::log::remoteFile)
+            << "bool eboNfsFile::deleteFile()" << errorName_ << ", status:" << status();
         return false;
     }
     {
@@ -194,8 +195,9 @@ bool eboNfsFile::deleteFile()
     send(messageOf(eboNfsMessages::eFileDeleteRequest));
     const auto deleted = deleteAnswer_.wait(kDeletionTakes, [this] { return isUnavailable(); });
     if (!deleted && !isUnavailable()) {
-        qCCritical(ebo::log::remoteFile) << "bool eboNfsFile::deleteFile()" << errorName_
-                                         << ", we do not want to wait longer than a second. status:" << status();
+        qCCritical(ebo::log::remoteFile)
+            << "bool eboNfsFile::deleteFile()" << errorName_
+            << ", we do not want to wait longer than a second. status:" << status();
         return false;
     }
     if (!deleted.value_or(false))

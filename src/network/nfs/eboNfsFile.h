@@ -32,8 +32,8 @@ class eboNfsFileAdapter;
 ///
 /// Lives on the network thread, where answers come in. Users call from any other thread, and wait there for
 /// answers; a request never goes out with a mutex held that its answer takes. Mutexes are taken in the order:
-/// adapter, eboNfsLock, this file, page cache. The last reference tells the device that the file is no longer in
-/// use.
+/// adapter, eboNfsLock, this file, page cache. The last reference tells the device that the file is no longer
+/// in use.
 class eboNfsFile : public eboNfsObject, public eboUtils::IPageFiller {
     Q_OBJECT
 
@@ -165,8 +165,8 @@ private:
     std::atomic<Status> status_{Status::Uninitialized};
     std::atomic<std::int64_t> fileSize_{0};
     // Guarded by mutex_, as is the content of all pages of this file.
-    eboSparseBitArray receivedBlocks_;   // have come, and nobody has taken them yet
-    eboSparseBitArray requestedBlocks_;  // have been asked for, and have not come
+    eboSparseBitArray receivedBlocks_;                    // have come, and nobody has taken them yet
+    eboSparseBitArray requestedBlocks_;                   // have been asked for, and have not come
     std::map<PageNumber, eboUtils::Page*> pendingPages_;  // wait for their data; each held by who fills it
     std::vector<eboUtils::PageRef> dirtyPages_;           // written since the last sync, in order
     std::int64_t dirtyEnd_ = 0;                           // how far those writes reach

@@ -17,8 +17,8 @@ constexpr std::chrono::seconds kTurn{1};
 void eboNfsFile::sendLockRequest(eboFileLock::Level level)
 {
     if (!isUsable() || isUnavailable()) {
-        qCWarning(ebo::log::remoteFile) << "void eboNfsFile::sendLockRequest(eboFileLock::Level)" << errorName_
-                                        << ", status:" << status();
+        qCWarning(ebo::log::remoteFile) << "void eboNfsFile::sendLockRequest(eboFileLock::Level)"
+                                        << errorName_ << ", status:" << status();
         return;
     }
     Message request = messageOf(eboNfsMessages::eFileLockRequest);

@@ -37,8 +37,8 @@ constexpr std::chrono::milliseconds kRest{250};
 std::int64_t eboNfsFile::read(std::int64_t position, void* buffer, std::int64_t size)
 {
     if (!isUsable()) {
-        qCWarning(ebo::log::remoteFile) << "int64_t eboNfsFile::read(uint64_t, void*, int64_t)" << errorName_
-                                        << ", status:" << status();
+        qCWarning(ebo::log::remoteFile)
+            << "int64_t eboNfsFile::read(uint64_t, void*, int64_t)" << errorName_ << ", status:" << status();
         return -1;
     }
     std::int64_t end = 0;
@@ -75,10 +75,7 @@ std::int64_t eboNfsFile::read(std::int64_t position, void* buffer, std::int64_t 
     return reached - position;
 }
 
-void eboNfsFile::fillPage(Page* page, int* result)
-{
-    *result = fill(*page);
-}
+void eboNfsFile::fillPage(Page* page, int* result) { *result = fill(*page); }
 
 int eboNfsFile::fill(Page& page)
 {

@@ -133,8 +133,8 @@ bool eboNfsFile::sendWriteRequest(std::int64_t offset, QByteArray data)
 int eboNfsFile::sendSyncRequest()
 {
     if (!isUsable() || isUnavailable()) {
-        qCWarning(ebo::log::remoteFile) << "int eboNfsFile::sendSyncRequest()" << errorName_
-                                        << ", status:" << status();
+        qCWarning(ebo::log::remoteFile)
+            << "int eboNfsFile::sendSyncRequest()" << errorName_ << ", status:" << status();
         return -1;
     }
     return send(messageOf(eboNfsMessages::eFileSyncRequest)) ? 0 : -1;
@@ -147,8 +147,8 @@ bool eboNfsFile::truncate(std::int64_t newSize)
         if (truncating_ || newSize < 0)
             return false;
         if (!isUsable()) {
-            qCWarning(ebo::log::remoteFile) << "bool eboNfsFile::truncate(int64_t)" << errorName_
-                                            << ", status:" << status();
+            qCWarning(ebo::log::remoteFile)
+                << "bool eboNfsFile::truncate(int64_t)" << errorName_ << ", status:" << status();
             return false;
         }
         truncating_ = true;

@@ -54,7 +54,8 @@ eboFileLock::LockResult eboNfsLock::reduce(eboNfsLockAdapter& adapter, Level lev
     return settle(adapter, level, &eboNfsLock::onReduction);
 }
 
-eboNfsLock::Decision eboNfsLock::onRequest(const eboNfsLockAdapter& adapter, Level level, Outlook outlook) const
+eboNfsLock::Decision eboNfsLock::onRequest(const eboNfsLockAdapter& adapter, Level level,
+                                           Outlook outlook) const
 {
     using Kind = Decision::Kind;
     const Decision busy{Kind::kAnswer, eboFileLock::BUSY};

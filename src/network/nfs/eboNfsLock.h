@@ -10,9 +10,9 @@
 #include <memory>
 #include <mutex>
 
-/// The locks of all adapters of one file of another device. To that device they are one client, which holds the
-/// highest of their levels; it is asked only when that changes, and the rest is settled here by the rules of
-/// eboFileMasterLock.
+/// The locks of all adapters of one file of another device. To that device they are one client, which holds
+/// the highest of their levels; it is asked only when that changes, and the rest is settled here by the rules
+/// of eboFileMasterLock.
 ///
 /// Any thread. One question at a time is put to the device, without the mutex held: meanwhile requests whose
 /// outcome does not depend on the answer are settled at once, and the others wait for it.

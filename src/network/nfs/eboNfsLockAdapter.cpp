@@ -2,6 +2,9 @@
 
 #include "network/nfs/eboNfsLock.h"
 
-eboFileLock::LockResult eboNfsLockAdapter::request(eboFileLock::Level level) { return lock_.lock(*this, level); }
+eboFileLock::LockResult eboNfsLockAdapter::request(eboFileLock::Level level)
+{
+    return lock_.lock(*this, level);
+}
 
 eboFileLock::Level eboNfsLockAdapter::level() const { return lock_.levelOf(*this); }

@@ -4,7 +4,8 @@
 
 class eboNfsLock;
 
-/// The claim of one adapter on a file of another device; a member of its eboNfsLock, which owns it. Any thread.
+/// The claim of one adapter on a file of another device; a member of its eboNfsLock, which owns it. Any
+/// thread.
 class eboNfsLockAdapter {
 public:
     explicit eboNfsLockAdapter(eboNfsLock& lock) : lock_(lock) {}

@@ -14,8 +14,8 @@
 
 /// Something of another device that this one talks about: a number that both use for it, and the device.
 ///
-/// Lives on the network thread, where messages come in; what is const may be asked on any. Once unavailable, it
-/// stays so: whoever wants it again asks for a new object.
+/// Lives on the network thread, where messages come in; what is const may be asked on any. Once unavailable,
+/// it stays so: whoever wants it again asks for a new object.
 class eboNfsObject : public QObject, public ebo::refcounted {
     Q_OBJECT
 

@@ -5,8 +5,8 @@
 #include <QByteArray>
 #include <QIODevice>
 
-/// Messages as bytes: a header of the magic "fltx", object and type, 4 bytes each, then the body that the type
-/// fixes, all as QDataStream of version 16 writes it, big-endian. There is no length.
+/// Messages as bytes: a header of the magic "fltx", object and type, 4 bytes each, then the body that the
+/// type fixes, all as QDataStream of version 16 writes it, big-endian. There is no length.
 namespace eboNfsMessages {
 
 /// Appends a message to the device.

@@ -21,10 +21,7 @@ QUrl toUrl(const QString& netPath)
 
 QString pathOf(const QUrl& url) { return url.path(QUrl::FullyDecoded); }
 
-QUuid deviceOf(const QUrl& url)
-{
-    return url.scheme() == QLatin1String("net") ? QUuid(url.host()) : QUuid();
-}
+QUuid deviceOf(const QUrl& url) { return url.scheme() == QLatin1String("net") ? QUuid(url.host()) : QUuid(); }
 
 QUrl rootOf(const QUuid& device) { return QUrl(prefix() + device.toString().mid(1, 36)); }
 
