@@ -92,7 +92,7 @@ int list(const DevicesOptions& options)
 
     FileSharing sharing;
     sharing.bringUp(ebo::makeRef<eboNfsFileFactory>());
-    const auto watch = std::make_unique<DeviceWatch>(*sharing.network(), *sharing.nfs());
+    auto watch = std::make_unique<DeviceWatch>(*sharing.network(), *sharing.nfs());
     QTimer redraw;
     if (options.json)
         reportJson(*watch);

@@ -64,6 +64,17 @@ bool eboNfsHost::sendMessage(const Message& message)
     return true;
 }
 
+bool eboNfsHost::postMessage(const Message& message)
+{
+    if (isRemoved())
+        return false;
+    const ServiceRef receiver = service();
+    if (!receiver)
+        return false;
+    receiver->writePacketNonBlocking(eboNfsMessages::toPacket(message));
+    return true;
+}
+
 bool eboNfsHost::sendMessageNonBlocking(const Message& message)
 {
     if (isRemoved())

@@ -19,8 +19,9 @@ constexpr ByteMap makeReplacements()
     constexpr Byte kControlOffset = 0x80;
     for (Byte control = 1; control <= kLastControl; ++control)
         result[control] = control + kControlOffset;
+    constexpr std::array<Byte, 8> kReserved{'"', '*', ':', '<', '>', '?', '\\', '|'};
     Byte replacement = 0xA0;
-    for (const Byte byte : {0x22, 0x2A, 0x3A, 0x3C, 0x3E, 0x3F, 0x5C, 0x7C})  // " * : < > ? \ |
+    for (const Byte byte : kReserved)
         result[byte] = replacement++;
     return result;
 }
