@@ -13,12 +13,24 @@ class PageCache;
 /// Bytes in a page, the unit in which files of other devices are kept and fetched.
 inline constexpr std::size_t kPageBytes = 4096;
 
+/// The page that a position in a file, in bytes from its start, lies in.
+[[nodiscard]] inline std::uint64_t pageAt(std::int64_t position)
+{
+    return static_cast<std::uint64_t>(position) / kPageBytes;
+}
+
 /// One page of a cache. Its content belongs to the file it is of: who reads or writes it does so under that
 /// file's lock.
 struct Page {
     explicit Page(PageCache& owner) : cache(owner) {}
     Page(const Page&) = delete;
     Page& operator=(const Page&) = delete;
+
+    /// Where it begins in its file, in bytes.
+    [[nodiscard]] std::int64_t start() const
+    {
+        return static_cast<std::int64_t>(pageNumber) * static_cast<std::int64_t>(kPageBytes);
+    }
 
     std::atomic<std::uint32_t> references{0};  ///< The cache's table counts as one.
     std::array<char, kPageBytes> data{};
@@ -29,6 +41,8 @@ struct Page {
     /// tells the cache of content that has become invalid: a page that is complete, but not in the table yet,
     /// then never gets there.
     std::atomic<bool> isFilled{false};
+
+    bool isDirty = false;  ///< Of the file, under its lock: waits to be sent to the other device.
 
     PageCache& cache;
     std::size_t place = 0;  ///< In the cache's list of what is in its table.

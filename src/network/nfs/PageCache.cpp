@@ -102,6 +102,7 @@ int PageCache::getPage(IPageFiller& filler, const Key& key, PageRef& result)
     page->fileId = key.first;
     page->pageNumber = key.second;
     page->isFilled = false;
+    page->isDirty = false;
     const Loading loading(*this, key, *page);
     lock.unlock();
     int filled = -1;

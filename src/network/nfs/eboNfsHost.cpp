@@ -64,12 +64,23 @@ bool eboNfsHost::sendMessage(const Message& message)
     return true;
 }
 
+bool eboNfsHost::postMessage(const Message& message)
+{
+    if (isRemoved())
+        return false;
+    const ServiceRef receiver = service();
+    if (!receiver)
+        return false;
+    receiver->writePacketAtOnce(eboNfsMessages::toPacket(message));
+    return true;
+}
+
 bool eboNfsHost::sendMessageNonBlocking(const Message& message)
 {
     if (isRemoved())
         return false;
     const ServiceRef receiver = service();
-    return receiver && receiver->handOver(eboNfsMessages::toPacket(message));
+    return receiver && receiver->writePacketAtOnce(eboNfsMessages::toPacket(message));
 }
 
 qint64 eboNfsHost::unsentBytes() const

@@ -16,8 +16,8 @@
 
 /// Another device as a partner in file sharing: messages to and from its service "FileTransfer".
 ///
-/// Lives on the network thread; `sendMessage` and what is const may be called on any, unless it says
-/// otherwise.
+/// Lives on the network thread; `sendMessage`, `postMessage` and what is const may be called on any, unless it
+/// says otherwise.
 class eboNfsHost : public QObject, public ebo::refcounted {
     Q_OBJECT
     Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged)
@@ -47,7 +47,10 @@ public:
     /// @return false if the device has gone or has no service; true otherwise, whatever became of the message
     bool sendMessage(const eboNfsMessages::Message& message);
 
-    /// The same without waiting. Network thread.
+    /// The same without waiting, in order with what else this thread sends.
+    bool postMessage(const eboNfsMessages::Message& message);
+
+    /// Sends a message by whatever way there is. Network thread.
     /// @return whether a socket took it
     bool sendMessageNonBlocking(const eboNfsMessages::Message& message);
 
