@@ -84,12 +84,11 @@ bool eboNfsLocalFileRemote::doProcess()
 
 void eboNfsLocalFileRemote::onBytesWritten()
 {
-    const bool wasStalled = std::exchange(isStalled_, false);
-    // Sending goes on in turns from here; there is nothing else that would start them.
-    if (doProcess() && wasStalled) {
-        if (const auto nfs = nfs_.promote())
-            nfs->triggerProcessing();
-    }
+    // Whatever is under way goes on by itself; a block more for each signal would not be one a turn.
+    if (!std::exchange(isStalled_, false) || !doProcess())
+        return;
+    if (const auto nfs = nfs_.promote())
+        nfs->triggerProcessing();
 }
 
 bool eboNfsLocalFileRemote::sendInfo()

@@ -126,6 +126,7 @@ TEST_F(LocalFile, OnlySoManyRangesWaitAtATime)
                 request.requestedBlocks.set(2 * (4000 * part + i));
             root().processRequest(request, host.get());
         }
+        nfs()->triggerProcessing();
     });
     EXPECT_EQ(device->peer.next(), fileInfo(3, kBlock));
     for (std::int64_t i = 0; i < 16 * 4000; ++i)
