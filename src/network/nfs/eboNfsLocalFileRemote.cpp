@@ -58,7 +58,7 @@ void eboNfsLocalFileRemote::close()
 
 void eboNfsLocalFileRemote::tellUnavailable() const
 {
-    if (const auto host = host_.promote())
+    if (const auto host = host_.promote(); host && host->hasService())
         host->sendMessage({eboNfsMessages::eObjectUnavailable, objectId_});
 }
 
@@ -84,12 +84,11 @@ bool eboNfsLocalFileRemote::doProcess()
 
 void eboNfsLocalFileRemote::onBytesWritten()
 {
-    const bool wasStalled = std::exchange(isStalled_, false);
-    // Sending goes on in turns from here; there is nothing else that would start them.
-    if (doProcess() && wasStalled) {
-        if (const auto nfs = nfs_.promote())
-            nfs->triggerProcessing();
-    }
+    // Whatever is under way goes on by itself; a block more for each signal would not be one a turn.
+    if (!std::exchange(isStalled_, false) || !doProcess())
+        return;
+    if (const auto nfs = nfs_.promote())
+        nfs->triggerProcessing();
 }
 
 bool eboNfsLocalFileRemote::sendInfo()
@@ -135,6 +134,8 @@ bool eboNfsLocalFileRemote::readBlock(std::uint64_t block, QByteArray& data)
     const std::int64_t offset = static_cast<std::int64_t>(block) * kBlockSize;
     const std::int64_t length = std::clamp(file_->size() - offset, std::int64_t{0}, kBlockSize);
     data = QByteArray(static_cast<int>(length), Qt::Uninitialized);
+    if (length == 0)  // not a place that every file system can go to
+        return isOpen();
     const eboFileLock::Level level = file_->lockLevel();
     if (level == eboFileLock::Unlocked && file_->lock(eboFileLock::Shared) != eboFileLock::SUCCESS)
         return false;

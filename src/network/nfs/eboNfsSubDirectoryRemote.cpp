@@ -29,6 +29,12 @@ bool eboNfsSubDirectory::Remote::process()
         end();
         return false;
     }
+    if (!host->hasService()) {  // pages may have been lost; if it comes back, all anew
+        restart_ = true;
+        isStalled_ = true;
+        end();
+        return false;
+    }
     if (host->unsentBytes() > servingLimits::kMostUnsentBytes) {
         isStalled_ = true;
         return false;
