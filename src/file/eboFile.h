@@ -75,9 +75,10 @@ public:
     /// Whether something was written since the last sync.
     [[nodiscard]] virtual bool isDirty() const = 0;
 
-    /// Whether some read came back without bytes that the file has. Stays so.
-    [[nodiscard]] virtual bool hasLostData() const { return false; }
-
     /// The unit, in bytes, in which this file is best read and written.
     [[nodiscard]] virtual unsigned int blockSize() const = 0;
+
+    /// Whether a read gave less, or other bytes, than the file has because the device on which it lies has
+    /// gone. Stays true from then on.
+    [[nodiscard]] virtual bool hasLostData() const { return false; }
 };
