@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
+#include <optional>
 #include <variant>
 
 namespace tunesift::cli {
@@ -14,7 +16,8 @@ struct AnalyzeOptions {
     QStringList tracks;  ///< Empty for the demo.
     host::Preferences preferences;
     bool json = false;
-    QString worker;  ///< Path of the executable.
+    std::optional<std::chrono::seconds> wait;  ///< For a device that is not found or does not answer.
+    QString worker;                            ///< Path of the executable.
 };
 
 /// The text to show instead of doing anything.

@@ -41,6 +41,14 @@ TrackOutcome analyzeOne(host::AnalysisSession& session, const host::AnalysisRequ
     return outcome;
 }
 
+host::AnalysisRequest requestFor(const QString& track, const AnalyzeOptions& options)
+{
+    host::AnalysisRequest request{track, options.preferences};
+    if (options.wait && host::isNetPath(track))
+        request.patience = *options.wait;
+    return request;
+}
+
 void report(const TrackOutcome& outcome, bool json)
 {
     if (json)
@@ -65,7 +73,7 @@ int analyzeAll(const AnalyzeOptions& options)
     int status = kAllWell;
     for (const QString& track : options.tracks) {
         bar.begin(track);
-        const TrackOutcome outcome = analyzeOne(session, {track, options.preferences});
+        const TrackOutcome outcome = analyzeOne(session, requestFor(track, options));
         bar.clear();
         if (const int signal = InterruptWatch::signalNumber(); signal != 0) {
             complain(QStringLiteral("tunesift: interrupted\n"));

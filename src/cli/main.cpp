@@ -1,9 +1,10 @@
-// tunesift: analyses tracks through worker processes and prints what they find; lists devices.
+// tunesift: analyses tracks through worker processes and prints what they find; lists devices; shares files.
 
 #include "cli/analyzeVerb.h"
 #include "cli/devices/devicesVerb.h"
 #include "cli/exitStatus.h"
 #include "cli/output.h"
+#include "cli/share/shareVerb.h"
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -21,6 +22,7 @@ const QString& generalHelp()
                        "Verbs:\n"
                        "  analyze     Finds tempo, beats, key and loudness of tracks.\n"
                        "  devices     Lists the devices of the network as they come and go.\n"
+                       "  share       Shares a directory with the other devices of the network.\n"
                        "\n"
                        "Options:\n"
                        "  -h, --help     Shows this; after a verb, the help of the verb.\n"
@@ -35,6 +37,8 @@ int run(const QStringList& arguments)
         return analyzeVerb(arguments.mid(1));
     if (verb == QLatin1String("devices"))
         return devicesVerb(arguments.mid(1));
+    if (verb == QLatin1String("share"))
+        return shareVerb(arguments.mid(1));
     if (verb == QLatin1String("-h") || verb == QLatin1String("--help")) {
         print(generalHelp());
         return kAllWell;
@@ -53,6 +57,8 @@ int run(const QStringList& arguments)
 
 int main(int argc, char** argv)
 {
+    // Qt's own event loop instead of GLib's: nothing here needs the latter, and each turn of it costs more.
+    qputenv("QT_NO_GLIB", "1");
     // Paths are UTF-8 for the worker, so they are for us, whatever the locale says.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     const QCoreApplication application(argc, argv);

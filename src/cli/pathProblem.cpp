@@ -1,5 +1,7 @@
 #include "cli/pathProblem.h"
 
+#include "host/AnalysisRequest.h"
+
 #include <QByteArray>
 #include <QFile>
 
@@ -10,11 +12,6 @@
 
 namespace tunesift::cli {
 namespace {
-
-bool isOnAnotherDevice(const QString& path)
-{
-    return path.startsWith(QLatin1String("net://")) || path.startsWith(QLatin1String("/net:/"));
-}
 
 Failure unreachable(const QString& path, int error)
 {
@@ -31,7 +28,7 @@ Failure unreachable(const QString& path, int error)
 
 std::optional<Failure> pathProblem(const QString& path)
 {
-    if (isOnAnotherDevice(path))
+    if (host::isNetPath(path))
         return {};
     const QByteArray name = QFile::encodeName(path);
     struct stat status {};

@@ -60,14 +60,14 @@ void AnalysisSession::onWorkerConnected()
     if (!isRunning())
         return;
     worker_->sendStart(run_->request());
-    silenceTimer_.start(settings_.silenceTimeout);
+    restartSilence();
 }
 
 void AnalysisSession::onMessage(const Message& message)
 {
     if (!isRunning() || !run_->take(message))
         return;
-    silenceTimer_.start(settings_.silenceTimeout);
+    restartSilence();
     if (const auto* progress = std::get_if<Progress>(&message))
         Q_EMIT progressed(progress->share);
     Q_EMIT messageReceived(message);
@@ -98,8 +98,20 @@ void AnalysisSession::onWorkerFailed(const TrackError& error)
 
 void AnalysisSession::onSilence()
 {
+    const bool isRemote = isNetPath(run_->request().path);
+    const bool wasFound = run_->hasStarted();
     worker_->kill();
-    finish(TrackError{ErrorKind::kSilent, QStringLiteral("the worker fell silent")});
+    if (!isRemote)
+        finish(TrackError{ErrorKind::kSilent, QStringLiteral("the worker fell silent")});
+    else if (wasFound)
+        finish(TrackError{ErrorKind::kUnreachable, QStringLiteral("its device does not answer any more")});
+    else
+        finish(TrackError{ErrorKind::kUnreachable, QStringLiteral("its device was not found")});
+}
+
+void AnalysisSession::restartSilence()
+{
+    silenceTimer_.start(run_->request().patience.value_or(settings_.silenceTimeout));
 }
 
 void AnalysisSession::finish(const std::optional<TrackError>& error)

@@ -59,6 +59,7 @@ private:
     void onWorkerFailed(const TrackError& error);
     void onMessage(const Message& message);
     void onSilence();
+    void restartSilence();
     void finish(const std::optional<TrackError>& error);
 
     const WorkerSettings settings_;

@@ -19,6 +19,8 @@ QString kindName(ErrorKind kind)
         return QStringLiteral("connection-lost");
     case ErrorKind::kSilent:
         return QStringLiteral("silent");
+    case ErrorKind::kUnreachable:
+        return QStringLiteral("unreachable");
     case ErrorKind::kBadMessage:
         return QStringLiteral("bad-message");
     case ErrorKind::kRejected:

@@ -16,6 +16,7 @@ enum class ErrorKind {
     kWorkerCrashed,   ///< By a signal.
     kConnectionLost,  ///< The worker closed the connection and went on running.
     kSilent,          ///< Connected and running, but not a word any more.
+    kUnreachable,     ///< The same for a track on another device: it is not found, or does not answer.
     kBadMessage,      ///< The worker sent what the protocol does not allow.
     kRejected,        ///< The worker says that the track cannot be opened or read.
     kStopped,         ///< The run ended at the host's own wish.

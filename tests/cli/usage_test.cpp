@@ -15,9 +15,10 @@ TEST(Usage, BadUsageEndsWithStatusTwoAndAHint)
     const auto list = [](const char* line) {
         return QString::fromLatin1(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     };
-    for (const char* const line : {"", "dance", "--dance", "analyze --dance", "analyze --min-bpm",
-                                   "analyze --min-bpm many", "analyze --min-bpm 2", "analyze --min-bpm 301",
-                                   "analyze --min-bpm 58.5", "analyze --json=yes", "analyze --worker"}) {
+    for (const char* const line :
+         {"", "dance", "--dance", "analyze --dance", "analyze --min-bpm", "analyze --min-bpm many",
+          "analyze --min-bpm 2", "analyze --min-bpm 301", "analyze --min-bpm 58.5", "analyze --wait 0",
+          "analyze --wait soon", "analyze --wait", "analyze --json=yes", "analyze --worker"}) {
         const CliOutcome outcome = runCli(list(line));
         EXPECT_EQ(outcome.status, 2) << line;
         EXPECT_EQ(outcome.output, QString()) << line;
@@ -40,7 +41,7 @@ TEST(Usage, HelpOfAVerbNamesItsOptions)
     EXPECT_EQ(outcome.status, 0);
     const std::string output = outcome.output.toStdString();
     EXPECT_THAT(output, StartsWith("Usage: tunesift analyze [options] [TRACK...]\n"));
-    for (const char* const option : {"--json", "--min-bpm", "--no-key", "--worker"})
+    for (const char* const option : {"--json", "--min-bpm", "--no-key", "--wait", "--worker"})
         EXPECT_THAT(output, HasSubstr(option));
 }
 

@@ -19,6 +19,8 @@ namespace {
 
 using eboDiscoverer::sameAddress;
 
+constexpr qint64 kMostSentAtOnce = 16384;
+
 /// The way that a stream goes; nothing once it has lost its socket.
 std::optional<AddressPair> wayOf(const PacketStream& stream)
 {
@@ -246,7 +248,21 @@ bool Service::write(const QByteArray& data, bool blocking)
     return send(data) == Way::kLowestPing;
 }
 
-bool Service::handOver(const QByteArray& data) { return send(data) != Way::kNone; }
+bool Service::writePacketAtOnce(const QByteArray& data)
+{
+    if (isElsewhere())
+        return QMetaObject::invokeMethod(
+            this, [this, data] { writePacketAtOnce(data); }, Qt::QueuedConnection);
+    if (send(data) == Way::kNone)
+        return false;
+    // What has piled up is left to the event loop, which sends it in larger pieces.
+    for (const Stream& stream : streams()) {
+        QTcpSocket* const socket = stream->socket();
+        if (socket != nullptr && socket->bytesToWrite() <= kMostSentAtOnce)
+            socket->flush();
+    }
+    return true;
+}
 
 Service::Way Service::send(const QByteArray& data)
 {

@@ -73,10 +73,11 @@ public Q_SLOTS:
     /// The same without waiting, when called on another thread.
     void writePacketNonBlocking(const QByteArray& data);
 
-    /// Hands a packet to the stream with the lowest ping or, if there is none, to another one. Network
-    /// thread.
+    /// Hands a packet to a stream and has it sent in this turn of the event loop rather than the next: for short
+    /// questions and answers that somebody waits for. Any thread; on another one it is queued, and the answer
+    /// is true.
     /// @return whether a stream took it, whichever that was
-    bool handOver(const QByteArray& data);
+    bool writePacketAtOnce(const QByteArray& data);
 
     /// Bytes that the fullest stream has taken and not yet sent. Network thread.
     [[nodiscard]] qint64 unsentBytes() const;

@@ -71,7 +71,7 @@ bool eboNfsHost::postMessage(const Message& message)
     const ServiceRef receiver = service();
     if (!receiver)
         return false;
-    receiver->writePacketNonBlocking(eboNfsMessages::toPacket(message));
+    receiver->writePacketAtOnce(eboNfsMessages::toPacket(message));
     return true;
 }
 
@@ -80,7 +80,7 @@ bool eboNfsHost::sendMessageNonBlocking(const Message& message)
     if (isRemoved())
         return false;
     const ServiceRef receiver = service();
-    return receiver && receiver->handOver(eboNfsMessages::toPacket(message));
+    return receiver && receiver->writePacketAtOnce(eboNfsMessages::toPacket(message));
 }
 
 qint64 eboNfsHost::unsentBytes() const
