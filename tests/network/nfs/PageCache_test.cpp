@@ -37,7 +37,7 @@ public:
     void fillPage(Page* page, int* result) override
     {
         ++calls;
-        lastFirstByte = page->data.back();
+        lastByteFound = page->data.back();
         if (beforeFilling)
             beforeFilling(*page);
         const std::uint64_t number = page->fileId * 1000 + page->pageNumber + version;
@@ -51,7 +51,7 @@ public:
 
     std::atomic<int> calls{0};
     std::atomic<std::uint64_t> version{0};
-    char lastFirstByte = 0;
+    std::atomic<char> lastByteFound{0};
     int answer = 1;
     std::function<void(Page&)> beforeFilling;
     std::function<void(Page&)> afterFilling;
@@ -162,7 +162,7 @@ TEST_F(PageCacheTest, APageGivenToAnotherFileShowsNothingOfTheFirst)
     read(cache, 1, 0, 0);
     read(cache, 2, 0, 0);
     EXPECT_EQ(filler_.calls, 2);
-    EXPECT_EQ(filler_.lastFirstByte, '\0') << "as the filler found it";
+    EXPECT_EQ(filler_.lastByteFound, '\0') << "as the filler found it";
 }
 
 TEST_F(PageCacheTest, PagesThatSomebodyHoldsStay)
