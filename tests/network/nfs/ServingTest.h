@@ -4,11 +4,13 @@
 #include "network/nfs/SharingPolicy.h"
 #include "network/nfs/eboStdFileWitNfsNotification.h"
 #include "support/AudioFiles.h"
+#include "support/LogCapture.h"
 #include "support/TempDir.h"
 #include "support/eventually.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <limits>
@@ -110,6 +112,14 @@ private:
     testsupport::TempDir temporary_;
     const std::string root_ = std::filesystem::canonical(temporary_.path()).string();
 };
+
+/// Whether a line of the log contains the text.
+inline bool hasText(const testsupport::LogCapture& log, const std::string& text)
+{
+    const auto lines = log.texts();
+    return std::any_of(lines.begin(), lines.end(),
+                       [&text](const std::string& line) { return line.find(text) != std::string::npos; });
+}
 
 /// A block of bytes that can be told from its neighbours.
 inline std::string block(char fill, std::size_t size = 4096) { return std::string(size, fill); }

@@ -171,10 +171,7 @@ TEST_F(RootDirectory, RequestsForWhatIsNotThereAreAnsweredByThat)
         device->peer.send(request);
         EXPECT_EQ(device->peer.next(), objectUnavailable(8));
     }
-    const auto texts = log.texts();
-    EXPECT_TRUE(std::any_of(texts.begin(), texts.end(), [](const std::string& text) {
-        return text.find("Received request for unavailable object from host:") != std::string::npos;
-    }));
+    EXPECT_TRUE(hasText(log, "Received request for unavailable object from host:"));
 }
 
 TEST_F(RootDirectory, RequestsThatAnObjectDoesNotKnowAreSilent)

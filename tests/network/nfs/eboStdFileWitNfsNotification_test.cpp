@@ -107,10 +107,7 @@ TEST_F(Notification, ADirtyFileThatAnotherHasLockedIsClosedWithAWarning)
     const LogCapture log;
     file->close();
     EXPECT_FALSE(file->isReadable());
-    const auto texts = log.texts();
-    EXPECT_TRUE(std::any_of(texts.begin(), texts.end(), [](const std::string& text) {
-        return text.find("Unable to sync file on close") != std::string::npos;
-    }));
+    EXPECT_TRUE(hasText(log, "Unable to sync file on close"));
     EXPECT_EQ(content("song").size(), static_cast<std::size_t>(3 * kBlock + 1)) << "nothing is lost";
     EXPECT_EQ(other->lock(eboFileLock::Unlocked), eboFileLock::SUCCESS);
 }
