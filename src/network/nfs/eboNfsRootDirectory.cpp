@@ -12,8 +12,6 @@
 #include <utility>
 #include <vector>
 
-using eboNfsMessages::Message;
-
 namespace {
 
 std::int32_t permissionsOf(const QFileInfo& info)
