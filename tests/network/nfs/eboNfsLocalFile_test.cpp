@@ -371,8 +371,8 @@ TEST_F(LocalFile, WritesThatPileUpWithoutASyncAreDropped)
     const LogCapture log;
     onNetworkThread([&] {
         Message write(eboNfsMessages::eFileWriteRequest, 3);
-        write.data = QByteArray(kBlock, 'x');  // shared by all records: it is their count that is limited
-        constexpr int kTooMany = 256 * 1024 * 1024 / kBlock + 1;
+        write.data = "x";  // their number is limited, whatever their size
+        constexpr int kTooMany = 65536 + 1;
         for (int i = 0; i < kTooMany; ++i)
             root().processRequest(write, host.get());
         EXPECT_FALSE(root().processRequest({eboNfsMessages::eFileSyncRequest, 3}, host.get()));

@@ -341,6 +341,20 @@ TEST_F(RootDirectory, WhatOneDeviceCanHoldIsLimited)
     open(*other, 1, u"/music/song.mp3", 5);
 }
 
+TEST_F(RootDirectory, FilesThatCouldNotBeOpenedDoNotCount)
+{
+    share({.readOnly = true});
+    put("song.mp3", "12345");
+    const auto device = join();
+    constexpr auto kMost = static_cast<std::uint32_t>(servingLimits::kMostObjectsOfHost);
+    for (std::uint32_t object = 1; object <= 2 * kMost;
+         ++object) {  // a device does not release what it never had
+        device->peer.send(fileRequest(object, u"/music/missing"));
+        EXPECT_EQ(device->peer.next(), fileInfo(object, 0, 0));
+    }
+    open(*device, 2 * kMost + 1, u"/music/song.mp3", 5);
+}
+
 TEST_F(RootDirectory, WhatNobodyUsesDoesNotPileUp)
 {
     share();

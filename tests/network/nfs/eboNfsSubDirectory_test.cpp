@@ -236,6 +236,23 @@ TEST_F(SubDirectory, ChangesOnDiskAreListedAnew)
     }
 }
 
+TEST_F(SubDirectory, WatchingBeginsAnewWithANewListener)
+{
+    share();
+    const auto device = join();
+    ask(*device, 3);
+    EXPECT_TRUE(nextListing(*device, 3).empty());
+    put("one", {});
+    EXPECT_TRUE(nextListing(*device, 3).contains(u"one"));
+    device->peer.send(directoryRelease(3));
+    expectNothingMore(*device);
+    put("two", {});
+    ask(*device, 4);
+    EXPECT_EQ(nextListing(*device, 4).size(), 2U);
+    fs::remove(music() + "/two");  // as it was when it was last watched
+    EXPECT_EQ(nextListing(*device, 4).size(), 1U);
+}
+
 TEST_F(SubDirectory, ManyChangesAtOnceAreAllSeenInTheEnd)
 {
     share();
