@@ -59,6 +59,8 @@ private:
     void onWorkerFailed(const TrackError& error);
     void onMessage(const Message& message);
     void onSilence();
+    void onTrackTimeout();
+    void allowFor(const TrackInfo& info);
     void finish(const std::optional<TrackError>& error);
 
     const WorkerSettings settings_;
@@ -68,6 +70,7 @@ private:
     std::unique_ptr<TrackRun> run_;
     QElapsedTimer sinceRequest_;
     QTimer silenceTimer_;
+    QTimer trackTimer_;
 };
 
 }  // namespace tunesift::host

@@ -1,5 +1,7 @@
 #include "host/TrackResult.h"
 
+#include "host/decodedFrames.h"
+
 namespace tunesift::host {
 
 QString kindName(ErrorKind kind)
@@ -19,6 +21,10 @@ QString kindName(ErrorKind kind)
         return QStringLiteral("connection-lost");
     case ErrorKind::kSilent:
         return QStringLiteral("silent");
+    case ErrorKind::kTimedOut:
+        return QStringLiteral("timed-out");
+    case ErrorKind::kOutOfMemory:
+        return QStringLiteral("out-of-memory");
     case ErrorKind::kBadMessage:
         return QStringLiteral("bad-message");
     case ErrorKind::kRejected:
@@ -27,6 +33,11 @@ QString kindName(ErrorKind kind)
         return QStringLiteral("stopped");
     }
     return QStringLiteral("unknown");
+}
+
+bool TrackResult::endedEarly() const noexcept
+{
+    return frames && decodedFrames && *frames - *decodedFrames >= kBlockFrames;
 }
 
 }  // namespace tunesift::host
