@@ -15,11 +15,18 @@ constexpr int kMostWaitSeconds = 1'000'000;  // eleven days; in milliseconds it 
 QString helpOf(const QCommandLineParser& parser)
 {
     // The parser's own first line knows nothing of verbs.
-    return QStringLiteral("Usage: tunesift analyze [options] [TRACK...]\n") +
+    return QStringLiteral("Usage: tunesift analyze [options] [PATH...]\n") +
            parser.helpText().section(QLatin1Char('\n'), 1);
 }
 
 }  // namespace
+
+QString optionsText(const host::Preferences& preferences)
+{
+    return QStringLiteral("min-bpm=%1 key=%2")
+        .arg(preferences.minimumBpm)
+        .arg(preferences.detectKey ? QStringLiteral("yes") : QStringLiteral("no"));
+}
 
 std::variant<AnalyzeOptions, HelpWanted, UsageError> parseAnalyzeOptions(const QStringList& arguments)
 {
@@ -44,10 +51,12 @@ std::variant<AnalyzeOptions, HelpWanted, UsageError> parseAnalyzeOptions(const Q
         QStringLiteral("SECONDS"));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("\nFinds tempo, beats, key and loudness of tracks. Without a track, of a demo."));
+    parser.setApplicationDescription(QStringLiteral(
+        "\nFinds tempo, beats, key and loudness of tracks, and of all tracks in folders. Without a "
+        "track, of a demo."));
     parser.addOptions({help, json, minimumBpm, noKey, wait, worker});
-    parser.addPositionalArgument(QStringLiteral("TRACK"), QStringLiteral("Audio files."));
+    addBatchOptions(parser);
+    parser.addPositionalArgument(QStringLiteral("PATH"), QStringLiteral("Audio files, and folders of them."));
 
     if (!parser.parse(arguments))
         return UsageError{parser.errorText()};
@@ -78,6 +87,10 @@ std::variant<AnalyzeOptions, HelpWanted, UsageError> parseAnalyzeOptions(const Q
                                   .arg(parser.value(wait))};
         options.wait = std::chrono::seconds(value);
     }
+    auto batch = readBatchOptions(parser);
+    if (const auto* problem = std::get_if<QString>(&batch))
+        return UsageError{*problem};
+    options.batch = std::get<BatchOptions>(std::move(batch));
     return options;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/batch/BatchOptions.h"
 #include "host/AnalysisRequest.h"
 
 #include <QString>
@@ -13,12 +14,16 @@ namespace tunesift::cli {
 
 /// What `tunesift analyze` was asked to do.
 struct AnalyzeOptions {
-    QStringList tracks;  ///< Empty for the demo.
+    QStringList tracks;  ///< Files and folders, as textOfBytes has them.
     host::Preferences preferences;
     bool json = false;
     std::optional<std::chrono::seconds> wait;  ///< For a device that is not found or does not answer.
     QString worker;                            ///< Path of the executable.
+    BatchOptions batch;
 };
+
+/// What results depend on besides the track, in words.
+[[nodiscard]] QString optionsText(const host::Preferences& preferences);
 
 /// The text to show instead of doing anything.
 struct HelpWanted {

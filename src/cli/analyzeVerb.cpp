@@ -2,88 +2,110 @@
 
 #include "cli/AnalyzeOptions.h"
 #include "cli/DemoTrack.h"
-#include "cli/InterruptWatch.h"
-#include "cli/ProgressBar.h"
-#include "cli/TrackOutcome.h"
+#include "cli/batch/Batch.h"
+#include "cli/batch/EarlierRows.h"
+#include "cli/batch/TrackList.h"
 #include "cli/exitStatus.h"
-#include "cli/humanReport.h"
-#include "cli/jsonReport.h"
 #include "cli/output.h"
-#include "cli/pathProblem.h"
-#include "host/AnalysisSession.h"
-#include "host/analyzeTrack.h"
+#include "cli/rows/RowFile.h"
+#include "cli/rows/fileFacts.h"
+#include "cli/rows/pathText.h"
 
+#include <algorithm>
 #include <optional>
+#include <unistd.h>
 
 namespace tunesift::cli {
 namespace {
 
-std::optional<Failure> failureOf(const host::TrackResult& result)
+/// Everything that was named; nothing, after a complaint, if a list cannot be read.
+std::optional<TrackList> gather(const AnalyzeOptions& options)
 {
-    if (result.succeeded())
-        return {};
-    if (result.error->kind == host::ErrorKind::kRejected)
-        return Failure{QStringLiteral("unsupported"),
-                       QStringLiteral("it is no audio that the worker can read, or too short to analyse")};
-    return Failure{host::kindName(result.error->kind), result.error->text};
-}
-
-TrackOutcome analyzeOne(host::AnalysisSession& session, const host::AnalysisRequest& request)
-{
-    TrackOutcome outcome;
-    outcome.failure = pathProblem(request.path);
-    if (outcome.failure) {
-        outcome.result.path = request.path;
-        return outcome;
+    TrackList list;
+    for (const QString& track : options.tracks)
+        list.add(bytesOfText(track));
+    for (const QString& file : options.batch.lists) {
+        if (const auto problem = list.addFrom(bytesOfText(file), options.batch.listsAreNulSeparated)) {
+            complain(QStringLiteral("tunesift: cannot read the list %1: %2\n").arg(file, *problem));
+            return {};
+        }
     }
-    outcome.result = host::analyzeTrack(session, request);
-    outcome.failure = failureOf(outcome.result);
-    return outcome;
+    for (const QByteArray& folder : list.emptyFolders())
+        complain(QStringLiteral("tunesift: no tracks in the folder %1\n").arg(readablePath(folder)));
+    return list;
 }
 
-host::AnalysisRequest requestFor(const QString& track, const AnalyzeOptions& options)
+bool namesTracks(const AnalyzeOptions& options)
 {
-    host::AnalysisRequest request{track, options.preferences};
-    if (options.wait && host::isNetPath(track))
-        request.patience = *options.wait;
-    return request;
+    return !options.tracks.isEmpty() || !options.batch.lists.isEmpty();
 }
 
-void report(const TrackOutcome& outcome, bool json)
+/// Leaves out what the output says already and need not be said again.
+BatchSummary leaveOutWhatIsThere(TrackList& list, const AnalyzeOptions& options, const EarlierRows& earlier)
 {
-    if (json)
-        print(jsonReport(outcome));
-    else if (outcome.failure)
-        complain(QStringLiteral("tunesift: %1: %2\n").arg(outcome.result.path, outcome.failure->text));
-    else
-        print(humanReport(outcome.result));
+    if (options.batch.retryFailed && !namesTracks(options)) {
+        for (const QByteArray& path : earlier.failedPaths())
+            list.addTrack(path);
+    }
+    const QString optionsNow = optionsText(options.preferences);
+    const auto isWanted = [&](const ListedTrack& track) {
+        if (options.batch.retryFailed && earlier.hasFailed(track.path))
+            return true;
+        return options.batch.resume && !earlier.holds(track.path, optionsNow, fileFacts(track.path).stamp);
+    };
+    BatchSummary summary;
+    std::vector<ListedTrack> wanted;
+    for (ListedTrack& track : list.tracks()) {
+        if (isWanted(track)) {
+            wanted.push_back(std::move(track));
+            continue;
+        }
+        ++summary.skipped;
+        summary.skippedFailed += earlier.hasFailed(track.path) ? 1 : 0;
+    }
+    list.tracks() = std::move(wanted);
+    return summary;
+}
+
+RowPrinter::Form formFor(const AnalyzeOptions& options, std::size_t tracks)
+{
+    using Form = RowPrinter::Form;
+    if (options.batch.csv)
+        return Form::kCsv;
+    if (options.json || !options.batch.output.isEmpty())
+        return Form::kJson;
+    return tracks > 1 && isatty(STDOUT_FILENO) == 1 ? Form::kTable : Form::kHuman;
 }
 
 int analyzeAll(const AnalyzeOptions& options)
 {
-    const InterruptWatch interrupts;
-    host::WorkerSettings settings;
-    settings.program = options.worker;
-    host::AnalysisSession session(settings);
-    ProgressBar bar;
-    QObject::connect(&interrupts, &InterruptWatch::interrupted, &session, &host::AnalysisSession::abort);
-    QObject::connect(&session, &host::AnalysisSession::progressed, &session,
-                     [&bar](double share) { bar.show(share); });
-
-    int status = kAllWell;
-    for (const QString& track : options.tracks) {
-        bar.begin(track);
-        const TrackOutcome outcome = analyzeOne(session, requestFor(track, options));
-        bar.clear();
-        if (const int signal = InterruptWatch::signalNumber(); signal != 0) {
-            complain(QStringLiteral("tunesift: interrupted\n"));
-            return kInterruptedBase + signal;
-        }
-        report(outcome, options.json);
-        if (outcome.failure)
-            status = kSomeFailed;
+    auto list = gather(options);
+    if (!list)
+        return kNothingDone;
+    if (namesTracks(options) && list->tracks().empty()) {
+        complain(QStringLiteral("tunesift: there is nothing to analyse.\n"));
+        return kNothingDone;
     }
-    return status;
+    RowFile file;
+    if (!options.batch.output.isEmpty()) {
+        if (const auto problem = file.open(options.batch.output)) {
+            complain(QStringLiteral("tunesift: cannot open the output %1: %2\n")
+                         .arg(options.batch.output, *problem));
+            return kNothingDone;
+        }
+    }
+    auto& tracks = list->tracks();
+    if (const auto& shard = options.batch.shard)
+        std::erase_if(tracks, [&](const ListedTrack& track) { return !shard->holds(track.path); });
+    BatchSummary summary;
+    if (options.batch.resume || options.batch.retryFailed)
+        summary = leaveOutWhatIsThere(*list, options, EarlierRows(file.content()));
+
+    RowPrinter printer(formFor(options, tracks.size()));
+    if (file.isOpen())
+        printer.printTo(file);
+    Batch batch(options, printer);
+    return batch.run(std::move(tracks), summary);
 }
 
 int analyzeDemo(AnalyzeOptions options)
@@ -91,9 +113,9 @@ int analyzeDemo(AnalyzeOptions options)
     const DemoTrack demo;
     if (!demo.isGood()) {
         complain(QStringLiteral("tunesift: cannot write the demo track %1\n").arg(demo.path()));
-        return kSomeFailed;
+        return kNothingDone;
     }
-    if (options.json)
+    if (options.json || options.batch.csv)
         complain(DemoTrack::description());
     else
         print(DemoTrack::description());
@@ -115,7 +137,7 @@ int analyzeVerb(const QStringList& arguments)
         return kBadUsage;
     }
     const auto& options = std::get<AnalyzeOptions>(parsed);
-    return options.tracks.isEmpty() ? analyzeDemo(options) : analyzeAll(options);
+    return namesTracks(options) || options.batch.retryFailed ? analyzeAll(options) : analyzeDemo(options);
 }
 
 }  // namespace tunesift::cli

@@ -3,7 +3,9 @@
 #include "cli/analyzeVerb.h"
 #include "cli/devices/devicesVerb.h"
 #include "cli/exitStatus.h"
+#include "cli/merge/mergeVerb.h"
 #include "cli/output.h"
+#include "cli/rows/pathText.h"
 #include "cli/share/shareVerb.h"
 
 #include <QCoreApplication>
@@ -21,6 +23,7 @@ const QString& generalHelp()
                        "\n"
                        "Verbs:\n"
                        "  analyze     Finds tempo, beats, key and loudness of tracks.\n"
+                       "  merge       Joins the results of several runs and checks them.\n"
                        "  devices     Lists the devices of the network as they come and go.\n"
                        "  share       Shares a directory with the other devices of the network.\n"
                        "\n"
@@ -35,6 +38,8 @@ int run(const QStringList& arguments)
     const QString verb = arguments.value(1);
     if (verb == QLatin1String("analyze"))
         return analyzeVerb(arguments.mid(1));
+    if (verb == QLatin1String("merge"))
+        return mergeVerb(arguments.mid(1));
     if (verb == QLatin1String("devices"))
         return devicesVerb(arguments.mid(1));
     if (verb == QLatin1String("share"))
@@ -61,8 +66,11 @@ int main(int argc, char** argv)
     qputenv("QT_NO_GLIB", "1");
     // Paths are UTF-8 for the worker, so they are for us, whatever the locale says.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    QStringList arguments;  // QCoreApplication would lose what is not UTF-8
+    for (int i = 0; i < argc; ++i)
+        arguments << textOfBytes(argv[i]);
     const QCoreApplication application(argc, argv);
-    const int status = run(QCoreApplication::arguments());
+    const int status = run(arguments);
     if (!outputIsGood()) {
         complain(QStringLiteral("tunesift: cannot write the output.\n"));
         return kSomeFailed;

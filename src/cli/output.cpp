@@ -5,18 +5,19 @@
 namespace tunesift::cli {
 namespace {
 
-void write(std::FILE* stream, const QString& text)
+void write(std::FILE* stream, const QByteArray& bytes)
 {
-    const QByteArray bytes = text.toUtf8();
     std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stream);
     std::fflush(stream);
 }
 
 }  // namespace
 
-void print(const QString& text) { write(stdout, text); }
+void print(const QString& text) { write(stdout, text.toUtf8()); }
 
-void complain(const QString& text) { write(stderr, text); }
+void printBytes(const QByteArray& bytes) { write(stdout, bytes); }
+
+void complain(const QString& text) { write(stderr, text.toUtf8()); }
 
 bool outputIsGood() { return std::ferror(stdout) == 0; }
 

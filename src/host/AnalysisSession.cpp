@@ -3,6 +3,8 @@
 #include "host/TrackRun.h"
 #include "host/WorkerProcess.h"
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace tunesift::host {
@@ -11,6 +13,8 @@ AnalysisSession::AnalysisSession(WorkerSettings settings) : settings_(std::move(
 {
     silenceTimer_.setSingleShot(true);
     connect(&silenceTimer_, &QTimer::timeout, this, &AnalysisSession::onSilence);
+    trackTimer_.setSingleShot(true);
+    connect(&trackTimer_, &QTimer::timeout, this, &AnalysisSession::onTrackTimeout);
 }
 
 AnalysisSession::~AnalysisSession() = default;
@@ -61,6 +65,9 @@ void AnalysisSession::onWorkerConnected()
         return;
     worker_->sendStart(run_->request());
     restartSilence();
+    const auto untilFound = run_->request().patience.value_or(std::chrono::milliseconds(0));
+    trackTimer_.start(settings_.trackTimeout.count() > 0 ? settings_.trackTimeout
+                                                         : kTrackTimeout + untilFound);
 }
 
 void AnalysisSession::onMessage(const Message& message)
@@ -70,6 +77,8 @@ void AnalysisSession::onMessage(const Message& message)
     restartSilence();
     if (const auto* progress = std::get_if<Progress>(&message))
         Q_EMIT progressed(progress->share);
+    if (const auto* info = std::get_if<TrackInfo>(&message))
+        allowFor(*info);
     Q_EMIT messageReceived(message);
     if (isRunning() && run_->isOver())
         finish({});
@@ -86,6 +95,7 @@ void AnalysisSession::onWorkerFailed(const TrackError& error)
         return;
     }
     silenceTimer_.stop();
+    trackTimer_.stop();
     // Not from here, where the old worker is still in its signal.
     QMetaObject::invokeMethod(
         this,
@@ -114,9 +124,26 @@ void AnalysisSession::restartSilence()
     silenceTimer_.start(run_->request().patience.value_or(settings_.silenceTimeout));
 }
 
+void AnalysisSession::onTrackTimeout()
+{
+    worker_->kill();
+    finish(TrackError{ErrorKind::kTimedOut, QStringLiteral("it took longer than it may")});
+}
+
+void AnalysisSession::allowFor(const TrackInfo& info)
+{
+    if (settings_.trackTimeout.count() > 0)
+        return;
+    // A day is more than any track lasts, whatever its header says.
+    constexpr double kLongest = 24.0 * 60 * 60;
+    const double seconds = std::min(static_cast<double>(info.length) / info.sampleRate, kLongest);
+    trackTimer_.start(kTrackTimeout + std::chrono::milliseconds(std::llround(seconds * 1000.0)));
+}
+
 void AnalysisSession::finish(const std::optional<TrackError>& error)
 {
     silenceTimer_.stop();
+    trackTimer_.stop();
     TrackResult result = std::exchange(run_, nullptr)->result(error);
     constexpr double kNanosecond = 1e-9;
     result.wallSeconds = static_cast<double>(sinceRequest_.nsecsElapsed()) * kNanosecond;

@@ -60,6 +60,8 @@ private:
     void onMessage(const Message& message);
     void onSilence();
     void restartSilence();
+    void onTrackTimeout();
+    void allowFor(const TrackInfo& info);
     void finish(const std::optional<TrackError>& error);
 
     const WorkerSettings settings_;
@@ -69,6 +71,7 @@ private:
     std::unique_ptr<TrackRun> run_;
     QElapsedTimer sinceRequest_;
     QTimer silenceTimer_;
+    QTimer trackTimer_;
 };
 
 }  // namespace tunesift::host

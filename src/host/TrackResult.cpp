@@ -1,5 +1,7 @@
 #include "host/TrackResult.h"
 
+#include "host/decodedFrames.h"
+
 namespace tunesift::host {
 
 QString kindName(ErrorKind kind)
@@ -21,6 +23,10 @@ QString kindName(ErrorKind kind)
         return QStringLiteral("silent");
     case ErrorKind::kUnreachable:
         return QStringLiteral("unreachable");
+    case ErrorKind::kTimedOut:
+        return QStringLiteral("timed-out");
+    case ErrorKind::kOutOfMemory:
+        return QStringLiteral("out-of-memory");
     case ErrorKind::kBadMessage:
         return QStringLiteral("bad-message");
     case ErrorKind::kRejected:
@@ -29,6 +35,11 @@ QString kindName(ErrorKind kind)
         return QStringLiteral("stopped");
     }
     return QStringLiteral("unknown");
+}
+
+bool TrackResult::endedEarly() const noexcept
+{
+    return frames && decodedFrames && *frames - *decodedFrames >= kBlockFrames;
 }
 
 }  // namespace tunesift::host

@@ -1,5 +1,6 @@
 #include "host/TrackRun.h"
 
+#include "host/decodedFrames.h"
 #include "host/gridBeats.h"
 
 #include <cmath>
@@ -66,9 +67,12 @@ void TrackRun::addMusicalResults(TrackResult& result) const
         if (info_->key >= 0)
             result.key = info_->key;
     }
+    if (info_ && share_)
+        result.decodedFrames = decodedFrames(*share_, info_->length);
     if (info_ && grid_) {
-        if (const auto downbeat = beatPosition(*grid_, 0))
-            result.firstDownbeat = *downbeat / info_->sampleRate;
+        result.firstDownbeatFrames = beatPosition(*grid_, 0);
+        if (result.firstDownbeatFrames)
+            result.firstDownbeat = *result.firstDownbeatFrames / info_->sampleRate;
         result.beats = countBeatsInside(*grid_, static_cast<double>(info_->length));
     }
 }

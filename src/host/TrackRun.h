@@ -30,7 +30,7 @@ public:
     [[nodiscard]] TrackResult result(const std::optional<TrackError>& error) const;
 
 private:
-    void note(const Progress& /*progress*/) {}
+    void note(const Progress& progress) { share_ = progress.share; }
     void note(const BeatGrid& grid) { grid_ = grid; }
     void note(const TrackInfo& info);
     void note(const OverviewWave& /*wave*/) {}
@@ -51,6 +51,7 @@ private:
     bool infoIsFinal_ = false;  ///< The first one has placeholders only.
     std::optional<BeatGrid> grid_;
     std::optional<double> tempo_;
+    std::optional<double> share_;  ///< Of the latest progress.
 };
 
 }  // namespace tunesift::host

@@ -34,6 +34,7 @@ WorkerProcess::WorkerProcess(WorkerSettings settings) : settings_(std::move(sett
     // Its standard output carries nothing; unread, it could fill up and block a worker that writes to it.
     process_.setStandardOutputFile(QProcess::nullDevice());
     process_.setStandardInputFile(QProcess::nullDevice());
+    process_.limitMemory(settings_.memoryLimit);
 
     connect(&server_, &QTcpServer::newConnection, this, &WorkerProcess::onNewConnection);
     connect(&server_, &QTcpServer::acceptError, this,
@@ -188,6 +189,8 @@ void WorkerProcess::failByEnd()
 {
     if (process_.state() != QProcess::NotRunning)
         fail(ErrorKind::kConnectionLost, QStringLiteral("the worker closed the connection") + lastWords());
+    else if (diedForMemory())
+        fail(ErrorKind::kOutOfMemory, QStringLiteral("the worker needed more memory than it may have"));
     else if (process_.exitStatus() == QProcess::CrashExit)
         fail(ErrorKind::kWorkerCrashed,
              QStringLiteral("the worker was ended by signal %1").arg(process_.exitCode()) + lastWords());
@@ -195,6 +198,12 @@ void WorkerProcess::failByEnd()
         fail(ErrorKind::kWorkerExited,
              QStringLiteral("the worker ended by itself with status %1").arg(process_.exitCode()) +
                  lastWords());
+}
+
+bool WorkerProcess::diedForMemory() const
+{
+    // What the C++ library says of an allocation that failed and that nobody was prepared for.
+    return standardErrorTail_.contains("std::bad_alloc");
 }
 
 QString WorkerProcess::lastWords() const

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "host/AnalysisRequest.h"
+#include "host/ChildProcess.h"
 #include "host/TrackResult.h"
 #include "host/WorkerSettings.h"
 #include "host/messages.h"
 
 #include <QByteArray>
 #include <QObject>
-#include <QProcess>
 #include <QTcpServer>
 #include <QTimer>
 
@@ -70,12 +70,13 @@ private:
     void fail(ErrorKind kind, const QString& text);
     void failByEnd();
     void endProcess();
+    [[nodiscard]] bool diedForMemory() const;
     [[nodiscard]] QString lastWords() const;
 
     const WorkerSettings settings_;
     QTcpServer server_;
     QTcpSocket* socket_ = nullptr;  ///< Child of server_; null until the worker has connected.
-    QProcess process_;
+    ChildProcess process_;
     QTimer connectTimer_;
     QTimer endTimer_;  ///< From the first sign of an end until the other one must have come, too.
     QByteArray standardErrorTail_;

@@ -1,6 +1,9 @@
 #include "CliRun.h"
 
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
@@ -36,6 +39,29 @@ QStringList withFakeWorker(const QStringList& arguments)
 }
 
 CliOutcome analyze(const QStringList& arguments) { return runCli(withFakeWorker(arguments)); }
+
+QStringList rowsOf(const QString& output) { return output.split(QLatin1Char('\n'), Qt::SkipEmptyParts); }
+
+QStringList timelessRows(const QString& output)
+{
+    static const QRegularExpression times(QStringLiteral("\"(wall|cpu)Seconds\":[^,}]*,?"));
+    QStringList rows = rowsOf(output);
+    for (QString& row : rows)
+        row.remove(times);
+    rows.sort();
+    return rows;
+}
+
+QString member(const QString& row, const char* name)
+{
+    return QJsonDocument::fromJson(row.toUtf8()).object()[QLatin1String(name)].toVariant().toString();
+}
+
+QString TrackFolder::path(const QString& name) const
+{
+    const QString folder = QString::fromStdString(folder_.path());
+    return name.isEmpty() ? folder : folder + QLatin1Char('/') + name;
+}
 
 QString TrackFolder::track(const QString& name)
 {

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "support/TempDir.h"
+
 #include <QProcess>
 #include <QString>
 #include <QStringList>
-#include <QTemporaryDir>
 
 namespace clitest {
 
@@ -26,16 +27,26 @@ struct CliOutcome {
 /// The arguments of such a run.
 [[nodiscard]] QStringList withFakeWorker(const QStringList& arguments);
 
+/// The rows of an output in JSON, each as its one line.
+[[nodiscard]] QStringList rowsOf(const QString& output);
+
+/// The same without what depends on time, sorted: equal for equal results.
+[[nodiscard]] QStringList timelessRows(const QString& output);
+
+/// The member of a row, as text; empty for null.
+[[nodiscard]] QString member(const QString& row, const char* name);
+
 /// A folder of tracks, whose names tell the fake worker what to do. Their content is of no interest to it.
 class TrackFolder {
 public:
     /// Makes the track NAME.wav; returns its path.
     QString track(const QString& name);
 
-    [[nodiscard]] QString path(const QString& name) const { return folder_.filePath(name); }
+    /// The path of what has this name in the folder; of the folder itself without one.
+    [[nodiscard]] QString path(const QString& name) const;
 
 private:
-    QTemporaryDir folder_;
+    testsupport::TempDir folder_;  // which can also remove names that Qt cannot
 };
 
 }  // namespace clitest

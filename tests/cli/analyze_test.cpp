@@ -109,14 +109,12 @@ TEST_F(AnalyzeVerb, JsonHoldsEveryFactToTheLastDigit)
     const QString track = folder_.track(QStringLiteral("good"));
     const QJsonObject object =
         QJsonDocument::fromJson(analyze({QStringLiteral("--json"), track}).output.toUtf8()).object();
-    EXPECT_EQ(object.keys(),
-              (QStringList{QStringLiteral("beats"), QStringLiteral("cpuSeconds"), QStringLiteral("error"),
-                           QStringLiteral("firstDownbeat"), QStringLiteral("frames"), QStringLiteral("key"),
-                           QStringLiteral("keyLetterForm"), QStringLiteral("keyNumber"),
-                           QStringLiteral("keyNumberForm"), QStringLiteral("loudness"),
-                           QStringLiteral("loudnessDb"), QStringLiteral("path"), QStringLiteral("sampleRate"),
-                           QStringLiteral("seconds"), QStringLiteral("status"), QStringLiteral("tempo"),
-                           QStringLiteral("wallSeconds")}));
+    EXPECT_EQ(
+        object.keys().join(QLatin1Char(' ')).toStdString(),
+        "analyzer beats cpuSeconds decodedFrames error firstDownbeat firstDownbeatFrames frames key "
+        "keyLetterForm keyNumber keyNumberForm loudness loudnessDb modified options path sampleRate schema "
+        "seconds shard size status tempo wallSeconds");
+    EXPECT_EQ(object[QLatin1String("schema")].toInt(), 1);
     EXPECT_EQ(object[QLatin1String("path")].toString(), track);
     EXPECT_EQ(object[QLatin1String("status")].toString(), QStringLiteral("ok"));
     EXPECT_TRUE(object[QLatin1String("error")].isNull());
@@ -125,7 +123,12 @@ TEST_F(AnalyzeVerb, JsonHoldsEveryFactToTheLastDigit)
     EXPECT_EQ(object[QLatin1String("seconds")].toDouble(), 10.0);
     EXPECT_EQ(object[QLatin1String("tempo")].toDouble(), 120.0);
     EXPECT_EQ(object[QLatin1String("firstDownbeat")].toDouble(), 5000.0 / 44100.0);
+    EXPECT_EQ(object[QLatin1String("firstDownbeatFrames")].toDouble(), 5000.0);
+    EXPECT_EQ(object[QLatin1String("decodedFrames")].toInt(), 441000);
     EXPECT_EQ(object[QLatin1String("beats")].toInt(), 20);
+    EXPECT_EQ(object[QLatin1String("size")].toInt(), 9) << "of what TrackFolder writes";
+    EXPECT_EQ(object[QLatin1String("options")].toString(), QStringLiteral("min-bpm=58 key=yes"));
+    EXPECT_TRUE(object[QLatin1String("shard")].isNull());
     EXPECT_EQ(object[QLatin1String("loudness")].toDouble(), 0.25);
     EXPECT_DOUBLE_EQ(object[QLatin1String("loudnessDb")].toDouble(), -40.0 * std::log10(2.0));
     EXPECT_EQ(object[QLatin1String("key")].toString(), QStringLiteral("A minor"));

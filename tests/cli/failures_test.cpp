@@ -1,6 +1,5 @@
 #include "CliRun.h"
 
-#include <QDir>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -50,13 +49,11 @@ TEST_F(Failures, AMissingFileIsTold)
     expectFailure(QString(5000, QLatin1Char('x')), "not-found", "too long");
 }
 
-TEST_F(Failures, ADirectoryIsTold) { expectFailure(QDir::tempPath(), "is-directory", "it is a directory"); }
-
 TEST_F(Failures, APipeIsToldAndNotWaitedFor)
 {
     const QString pipe = folder_.path(QStringLiteral("pipe.wav"));
     ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-    expectFailure(pipe, "not-a-file", "it is a device, pipe or socket");
+    expectFailure(pipe, "not-audio", "it is a device, pipe or socket");
 }
 
 TEST_F(Failures, AnUnreadableFileIsTold)
@@ -82,30 +79,36 @@ TEST_F(Failures, AnEmptyFileIsTold)
     expectFailure(track, "empty", "the file is empty");
 }
 
-TEST_F(Failures, ANameThatIsNotUtf8IsTold)
+TEST_F(Failures, WhatTheWorkerRejectsIsNoAudioOrUnsupported)
 {
-    QProcess process;
-    const QString script =
-        QStringLiteral("exec \"$0\" analyze --worker \"$1\" \"$(printf '/tmp/bad\\377.wav')\"");
-    process.start(QStringLiteral("/bin/sh"),
-                  {QStringLiteral("-c"), script, QStringLiteral(TUNESIFT), QStringLiteral(FAKE_WORKER)});
-    const CliOutcome outcome = outcomeOf(process);
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.errors.toStdString(),
-                EndsWith("there is no such file (file names must be valid UTF-8)\n"));
+    const QString track = folder_.track(QStringLiteral("rejected"));
+    expectFailure(track, "not-audio", "no audio that the worker can read");
+    const QString renamed = folder_.path(QStringLiteral("rejected.txt"));
+    ASSERT_TRUE(QFile::rename(track, renamed));
+    expectFailure(renamed, "unsupported", "not that of a format");
+    expectFailure(QStringLiteral("net://host/rejected.wav"), "unreachable", "cannot be reached");
 }
 
-TEST_F(Failures, WhatTheWorkerRejectsIsToldAsUnsupported)
+TEST_F(Failures, AnEarlyEndIsAFailureWithTheResultsOfWhatThereIs)
 {
-    expectFailure(folder_.track(QStringLiteral("rejected")), "unsupported",
-                  "no audio that the worker can read");
+    const QString track = folder_.track(QStringLiteral("ends-early"));
+    const CliOutcome outcome = analyze({QStringLiteral("--json"), track});
+    EXPECT_EQ(outcome.status, 1);
+    const QJsonObject object = QJsonDocument::fromJson(outcome.output.toUtf8()).object();
+    EXPECT_EQ(object[QLatin1String("status")].toString(), QStringLiteral("failed"));
+    const QJsonObject error = object[QLatin1String("error")].toObject();
+    EXPECT_EQ(error[QLatin1String("kind")].toString(), QStringLiteral("truncated"));
+    // 0.32 / 0.96 of 26 blocks and one more are 10 of 16384 frames.
+    EXPECT_EQ(error[QLatin1String("text")].toString(), QStringLiteral("it ends after some 3.7 of 10.0 s"));
+    EXPECT_EQ(object[QLatin1String("decodedFrames")].toInt(), 163840);
+    EXPECT_EQ(object[QLatin1String("loudness")].toDouble(), 0.25);
 }
 
 TEST_F(Failures, AWorkerThatDiesOrTalksNonsenseIsTold)
 {
-    expectFailure(folder_.track(QStringLiteral("exits-after-start")), "worker-exited", "with status 7");
-    expectFailure(folder_.track(QStringLiteral("crashes")), "worker-crashed", "signal 9");
-    expectFailure(folder_.track(QStringLiteral("lying-count")), "bad-message", "malformed message 4");
+    expectFailure(folder_.track(QStringLiteral("exits-after-start")), "crashed", "with status 7");
+    expectFailure(folder_.track(QStringLiteral("crashes")), "crashed", "signal 9");
+    expectFailure(folder_.track(QStringLiteral("lying-count")), "crashed", "malformed message 4");
 }
 
 TEST_F(Failures, AMissingWorkerIsTold)
@@ -113,7 +116,7 @@ TEST_F(Failures, AMissingWorkerIsTold)
     const CliOutcome outcome =
         runCli({QStringLiteral("analyze"), QStringLiteral("--worker"), QStringLiteral("/nowhere/worker"),
                 folder_.track(QStringLiteral("good"))});
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 3);
     EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("cannot run the worker /nowhere/worker"));
 }
 
@@ -125,7 +128,8 @@ TEST_F(Failures, OfOneTrackDoNotKeepTheOthersFromBeingAnalysed)
                  folder_.track(QStringLiteral("crashes")), good});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output.count(QStringLiteral("120.00 BPM")), 2);
-    EXPECT_EQ(outcome.errors.count(QLatin1Char('\n')), 3) << outcome.errors.toStdString();
+    EXPECT_EQ(outcome.errors.count(QLatin1Char('\n')), 4) << outcome.errors.toStdString();
+    EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("tunesift: 5 tracks: 2 analysed, 3 failed"));
 }
 
 TEST_F(Failures, OutputThatCannotBeWrittenIsTold)

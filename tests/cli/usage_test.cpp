@@ -15,14 +15,40 @@ TEST(Usage, BadUsageEndsWithStatusTwoAndAHint)
     const auto list = [](const char* line) {
         return QString::fromLatin1(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     };
-    for (const char* const line :
-         {"", "dance", "--dance", "analyze --dance", "analyze --min-bpm", "analyze --min-bpm many",
-          "analyze --min-bpm 2", "analyze --min-bpm 301", "analyze --min-bpm 58.5", "analyze --wait 0",
-          "analyze --wait soon", "analyze --wait", "analyze --json=yes", "analyze --worker"}) {
+    for (const char* const line : {"",
+                                   "dance",
+                                   "--dance",
+                                   "analyze --dance",
+                                   "analyze --min-bpm",
+                                   "analyze --min-bpm many",
+                                   "analyze --min-bpm 2",
+                                   "analyze --min-bpm 301",
+                                   "analyze --min-bpm 58.5",
+                                   "analyze --wait 0",
+                                   "analyze --wait soon",
+                                   "analyze --wait",
+                                   "analyze --json=yes",
+                                   "analyze --worker",
+                                   "analyze -j 0",
+                                   "analyze -j many",
+                                   "analyze --timeout 0",
+                                   "analyze --timeout soon",
+                                   "analyze --memory 1M",
+                                   "analyze --memory lots",
+                                   "analyze --shard 0/3",
+                                   "analyze --shard 4/3",
+                                   "analyze --shard 1",
+                                   "analyze --json --csv",
+                                   "analyze --resume",
+                                   "analyze --retry-failed",
+                                   "analyze --csv -o x --resume",
+                                   "merge",
+                                   "merge --dance"}) {
         const CliOutcome outcome = runCli(list(line));
         EXPECT_EQ(outcome.status, 2) << line;
         EXPECT_EQ(outcome.output, QString()) << line;
-        EXPECT_THAT(outcome.errors.toStdString(), ContainsRegex("Try 'tunesift (analyze )?--help'")) << line;
+        EXPECT_THAT(outcome.errors.toStdString(), ContainsRegex("Try 'tunesift (analyze |merge )?--help'"))
+            << line;
     }
 }
 
@@ -40,8 +66,10 @@ TEST(Usage, HelpOfAVerbNamesItsOptions)
     const CliOutcome outcome = runCli({QStringLiteral("analyze"), QStringLiteral("--help")});
     EXPECT_EQ(outcome.status, 0);
     const std::string output = outcome.output.toStdString();
-    EXPECT_THAT(output, StartsWith("Usage: tunesift analyze [options] [TRACK...]\n"));
-    for (const char* const option : {"--json", "--min-bpm", "--no-key", "--wait", "--worker"})
+    EXPECT_THAT(output, StartsWith("Usage: tunesift analyze [options] [PATH...]\n"));
+    for (const char* const option :
+         {"--json", "--min-bpm", "--no-key", "--wait", "--worker", "--files-from", "--jobs", "--timeout",
+          "--memory", "--csv", "--output", "--resume", "--retry-failed", "--shard"})
         EXPECT_THAT(output, HasSubstr(option));
 }
 

@@ -5,6 +5,7 @@
 #include "app/protocol/eboOfflineAnalysisProtocol.h"
 #include "app/protocol/messageIds.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QTcpSocket>
@@ -14,6 +15,7 @@
 #include <functional>
 #include <limits>
 #include <unistd.h>
+#include <vector>
 
 namespace fakeworker {
 
@@ -97,6 +99,42 @@ void FakeRun::waitForTheHostToGo()
     while (host_.waitForReadyRead(-1)) {
     }
     _exit(0);
+}
+
+void FakeRun::crawl()
+{
+    send(kStarted);
+    send(kTrackDataChunk, trackInfo(kPlaceholderLoudness, -1));
+    constexpr int kPauseMilliseconds = 20;
+    while (host_.state() == QAbstractSocket::ConnectedState) {
+        send(kProgress, progress(0.5F));
+        host_.waitForReadyRead(kPauseMilliseconds);
+    }
+    _exit(0);
+}
+
+void FakeRun::eatMemory()
+{
+    send(kStarted);
+    constexpr std::size_t kBite = std::size_t{16} << 20;
+    constexpr std::size_t kFull = 512;  // bites: 8 GiB, for machines that set no limit
+    std::vector<std::vector<char>> eaten;
+    while (eaten.size() < kFull)
+        eaten.emplace_back(kBite);
+    sendGoodRun();
+}
+
+void FakeRun::crashOnce(const QString& track)
+{
+    send(kStarted);
+    QFile trace(track + QStringLiteral(".trace"));
+    if (trace.exists()) {
+        sendGoodRun();
+        return;
+    }
+    if (trace.open(QIODevice::WriteOnly))
+        trace.close();
+    raise(SIGKILL);
 }
 
 void FakeRun::run(const QString& track)
@@ -196,6 +234,17 @@ void FakeRun::run(const QString& track)
              }
              sendGoodRun();
          }},
+        {QStringLiteral("ends-early"),
+         [this] {
+             send(kStarted);
+             send(kTrackDataChunk, trackInfo(kPlaceholderLoudness, -1));
+             send(kProgress, progress(0.32F));
+             send(kTrackDataChunk, trackInfo(kLoudness, kAMinor));
+             send(kFinished, finished(kTempo));
+         }},
+        {QStringLiteral("crawls"), [this] { crawl(); }},
+        {QStringLiteral("eats-memory"), [this] { eatMemory(); }},
+        {QStringLiteral("crashes-once"), [this, track] { crashOnce(track); }},
         {QStringLiteral("good-then-exits"),
          [this] {
              sendGoodRun();

@@ -25,6 +25,9 @@ private:
     void sendRunUpToTempo();
     void sendGoodRun();
     void sendWildOrder();
+    void crawl();
+    void eatMemory();
+    void crashOnce(const QString& track);
     void waitForStop();
     [[noreturn]] void waitForTheHostToGo();
 

@@ -133,6 +133,7 @@ private:
     // eboNfsFilePages.cpp
     int fill(eboUtils::Page& page);
     bool waitForPage(std::unique_lock<std::mutex>& lock, eboUtils::Page& page, Message request);
+    void lookOut(std::uint32_t arrivals) const;
     void dataReceived(const Message& message);
     void dataInvalidReceived(const Message& message);
 
@@ -162,6 +163,8 @@ private:
     std::condition_variable infoCondition_;
     std::condition_variable dataCondition_;
     // Written with mutex_ held, read by anybody.
+    std::atomic<std::uint32_t> arrivals_{0};  // blocks that somebody waited for
+    std::atomic<bool> answersFast_{true};     // the last one did
     std::atomic<Status> status_{Status::Uninitialized};
     std::atomic<std::int64_t> fileSize_{0};
     // Guarded by mutex_, as is the content of all pages of this file.

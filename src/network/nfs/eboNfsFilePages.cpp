@@ -28,6 +28,10 @@ constexpr std::uint64_t kPagesAtOnce = 64;
 constexpr std::chrono::milliseconds kWait{500};
 constexpr int kWaitsPerRequest = 2;
 
+/// On a fast link a page is there before a thread has gone to sleep and come back: its reader looks for it
+/// for so long, and lets others have the processor meanwhile.
+constexpr std::chrono::microseconds kLookOut{100};
+
 /// A page that took so long came over a link that others need too: its file rests before it goes on.
 constexpr std::chrono::milliseconds kSlow{251};
 constexpr std::chrono::milliseconds kRest{250};
@@ -105,7 +109,9 @@ int eboNfsFile::fill(Page& page)
     if (!hasCome)
         return kFailed;
     page.isFilled = true;
-    if (std::chrono::steady_clock::now() - start >= kSlow)
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    answersFast_ = elapsed < 2 * kLookOut;
+    if (elapsed >= kSlow)
         std::this_thread::sleep_for(kRest);  // with the file locked: nobody else reads it meanwhile
     return kUsable;
 }
@@ -124,9 +130,11 @@ bool eboNfsFile::waitForPage(std::unique_lock<std::mutex>& lock, Page& page, Mes
             isToBeSent = false;
             // Again each time: what invalidates blocks takes pages off the list.
             pendingPages_.emplace(number, &page);
+            const std::uint32_t arrivals = arrivals_;
             lock.unlock();
             if (const auto receiver = host())
                 receiver->postMessage(request);
+            lookOut(arrivals);
             lock.lock();
         } else if (dataCondition_.wait_for(lock, kWait) == std::cv_status::timeout) {
             ++silentWaits;
@@ -135,6 +143,16 @@ bool eboNfsFile::waitForPage(std::unique_lock<std::mutex>& lock, Page& page, Mes
         }
     }
     return false;
+}
+
+/// Returns when something has come in after so many arrivals, or when it is time to sleep.
+void eboNfsFile::lookOut(std::uint32_t arrivals) const
+{
+    if (!answersFast_)
+        return;
+    const auto end = std::chrono::steady_clock::now() + kLookOut;
+    while (arrivals_ == arrivals && std::chrono::steady_clock::now() < end)
+        std::this_thread::yield();
 }
 
 void eboNfsFile::dataReceived(const Message& message)
@@ -152,6 +170,7 @@ void eboNfsFile::dataReceived(const Message& message)
             std::memcpy(pending->second->data.data(), message.data.constData(), count);
             pendingPages_.erase(pending);
             receivedBlocks_.set(number);
+            ++arrivals_;
         }
     }
     dataCondition_.notify_all();

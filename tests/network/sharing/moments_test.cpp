@@ -119,7 +119,8 @@ TEST_F(Moments, ASecondStartReplacesTheRun)
             isOver = ends && all.size() - begin == local.size();
         }
         expectSame({all.begin() + static_cast<std::ptrdiff_t>(begin), all.end()}, local);
-        // At moment 0 the first start was not replaced: it waited for the device, and has its turn now or had it.
+        // At moment 0 the first start was not replaced: it waited for the device, and has its turn now or had
+        // it.
         const bool firstComesLast = moment == 0 && begin == 0;
         if (firstComesLast) {
             EXPECT_EQ(host->untilEnd().back().id, kFinished);
