@@ -348,6 +348,50 @@ TEST_F(Reading, AnswersThatCrossChangesAndRepetitionsNeverBlockAnybody)
     EXPECT_GT(server.dataRequests, 16);
 }
 
+TEST_F(Reading, AfterAChangeNobodySeesWhatWasThereBefore)
+{
+    constexpr std::int64_t kPages = 4;
+    const Adapter file = opened(kPages * 4096);
+    const Adapter other = opened(0);
+    std::atomic<int> wanted{0};
+    std::atomic<bool> stop{false};
+    // Every byte of the file is the number of its last change; odd ones make it longer by a byte.
+    auto device = async([&] {
+        for (int version = 0; !stop;) {
+            if (wanted > version) {
+                ++version;
+                peer().send(peer::nfs::dataInvalid(object(), {{0, kPages}}, kPages * 4096 + version % 2));
+            }
+            const auto request = peer().nextWithin(1ms);
+            if (!request)
+                continue;
+            for (const auto& [first, last] : peer::nfs::received(*request).body.ranges())
+                peer().send(peer::nfs::fileData(object(), static_cast<std::int64_t>(first) * 4096,
+                                                std::string(4096, static_cast<char>(version))));
+        }
+    });
+    auto disturber = async([&] {
+        for (std::int64_t page = 0; !stop; page = (page + 1) % kPages) {
+            other->seek(page * 4096);
+            if (readFrom(*other, 1) == "failed")
+                return false;
+        }
+        return true;
+    });
+    for (int version = 1; version <= testsupport::repetitions(50); ++version) {
+        wanted = version;
+        EXPECT_TRUE(eventually([&] { return file->size() == kPages * 4096 + version % 2; }));
+        for (std::int64_t page = 0; page < kPages; ++page) {
+            EXPECT_TRUE(file->seek(page * 4096));
+            EXPECT_EQ(readFrom(*file, 2), std::string(2, static_cast<char>(version))) << "page " << page;
+        }
+    }
+    stop = true;
+    device.get();
+    onNetworkThread([&] { file_->setIsUnavailable(); });  // the disturber may wait for a page
+    static_cast<void>(disturber.get());
+}
+
 TEST_F(Reading, TheCoreMayEndBeforeTheFile)
 {
     file_ = ebo::makeRef<eboNfsFile>(ebo::weakptr<eboNfs>(), file_->host(),
