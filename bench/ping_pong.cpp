@@ -17,9 +17,9 @@
 #include <sys/socket.h>
 
 // ping_pong bare|qt serve PORT
-// ping_pong bare|qt ask ADDRESS PORT ROUNDS: what a page of a remote file costs at least: 40 bytes go there, 4 KiB
-// come back, one after the other. Bare sockets block; Qt's are driven by event loops. Prints microseconds a
-// round.
+// ping_pong bare|qt ask ADDRESS PORT ROUNDS: what a page of a remote file costs at least: 40 bytes go there,
+// 4 KiB come back, one after the other. Bare sockets block; Qt's are driven by event loops. Prints
+// microseconds a round.
 
 namespace {
 
@@ -159,7 +159,8 @@ int main(int argc, char** argv)
     if (argc == 4 && std::strcmp(argv[2], "serve") == 0)
         return bare ? serveBare(argv[3]) : serveQt(argv[3]);
     if (argc == 6 && std::strcmp(argv[2], "ask") == 0)
-        return bare ? askBare(argv[3], argv[4], std::atoi(argv[5])) : askQt(argv[3], argv[4], std::atoi(argv[5]));
+        return bare ? askBare(argv[3], argv[4], std::atoi(argv[5]))
+                    : askQt(argv[3], argv[4], std::atoi(argv[5]));
     std::fputs("usage: ping_pong bare|qt serve PORT | ping_pong bare|qt ask ADDRESS PORT ROUNDS\n", stderr);
     return 2;
 }

@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-// read_remote URL: waits for the device, then reads the file to its end, page by page. Prints the bytes and the
-// microseconds a page.
+// read_remote URL: waits for the device, then reads the file to its end, page by page. Prints the bytes and
+// the microseconds a page.
 
 namespace {
 

@@ -16,6 +16,8 @@ void eboNfsLocalDirectory::dismiss() { tellGone(); }
 void eboNfsLocalDirectory::tellGone()
 {
     for (const auto& [host, objectIds] : std::exchange(listeners_, {})) {
+        if (!host->hasService())
+            continue;
         for (const std::uint32_t objectId : objectIds)
             host->sendMessage({eboNfsMessages::eObjectUnavailable, objectId});
     }

@@ -67,7 +67,14 @@ eboNfsLocalFile::RemoteRef eboNfsLocalFile::find(eboNfsHost* host, std::uint32_t
 
 bool eboNfsLocalFile::serves(eboNfsHost* host, std::uint32_t objectId) const
 {
-    return find(host, objectId) != nullptr;
+    const RemoteRef remote = find(host, objectId);
+    return remote && remote->isInUse();
+}
+
+bool eboNfsLocalFile::isUsed() const
+{
+    return std::any_of(remotes_.begin(), remotes_.end(),
+                       [](const RemoteRef& remote) { return remote->isInUse(); });
 }
 
 void eboNfsLocalFile::forget(eboNfsHost* host, std::uint32_t objectId)

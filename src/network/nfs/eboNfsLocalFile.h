@@ -40,7 +40,7 @@ public:
     void removeHost(eboNfsHost* host) override;
     void dismiss() override;
 
-    [[nodiscard]] bool isUsed() const { return !remotes_.empty(); }
+    [[nodiscard]] bool isUsed() const;
 
     /// One turn: an eFileInfo or a block for each use.
     /// @param more  whether something is left to send

@@ -23,9 +23,6 @@ constexpr std::uint64_t kMostBlocksBehindEnd = 256;
 /// Ranges in one message: it stays below the 64 KiB of a packet.
 constexpr std::size_t kMostRangesPerNotice = 4000;
 
-/// What a waiting write costs beside its data.
-constexpr std::int64_t kWriteRecordBytes = 64;
-
 /// Blocks 0 to n - 1 hold the whole file of that size; the last one may be shorter.
 std::uint64_t blocksOf(std::int64_t size)
 {
@@ -50,7 +47,6 @@ void eboNfsLocalFileRemote::close()
     file_->close();
     pendingBlocks_.clear();
     pendingWrites_.clear();
-    pendingWriteBytes_ = 0;
     sendsInfo_ = false;
     if (const auto host = host_.promote())
         disconnect(host.get(), nullptr, this, nullptr);
@@ -58,7 +54,7 @@ void eboNfsLocalFileRemote::close()
 
 void eboNfsLocalFileRemote::tellUnavailable() const
 {
-    if (const auto host = host_.promote())
+    if (const auto host = host_.promote(); host && host->hasService())
         host->sendMessage({eboNfsMessages::eObjectUnavailable, objectId_});
 }
 
@@ -84,12 +80,11 @@ bool eboNfsLocalFileRemote::doProcess()
 
 void eboNfsLocalFileRemote::onBytesWritten()
 {
-    const bool wasStalled = std::exchange(isStalled_, false);
-    // Sending goes on in turns from here; there is nothing else that would start them.
-    if (doProcess() && wasStalled) {
-        if (const auto nfs = nfs_.promote())
-            nfs->triggerProcessing();
-    }
+    // Whatever is under way goes on by itself; a block more for each signal would not be one a turn.
+    if (!std::exchange(isStalled_, false) || !doProcess())
+        return;
+    if (const auto nfs = nfs_.promote())
+        nfs->triggerProcessing();
 }
 
 bool eboNfsLocalFileRemote::sendInfo()
@@ -125,8 +120,15 @@ bool eboNfsLocalFileRemote::sendBlock()
         isStalled_ = true;
         return false;
     }
-    sentBlocks_.set(*block);
+    noteSent(*block);
     return true;
+}
+
+/// A record for the log alone: it ends where somebody scatters too widely.
+void eboNfsLocalFileRemote::noteSent(std::uint64_t block)
+{
+    if (sentBlocks_.rangeCount() < kMostPendingRanges)
+        sentBlocks_.set(block);
 }
 
 /// Under a level of the lock that keeps writers out, if the device holds none itself.
@@ -135,6 +137,8 @@ bool eboNfsLocalFileRemote::readBlock(std::uint64_t block, QByteArray& data)
     const std::int64_t offset = static_cast<std::int64_t>(block) * kBlockSize;
     const std::int64_t length = std::clamp(file_->size() - offset, std::int64_t{0}, kBlockSize);
     data = QByteArray(static_cast<int>(length), Qt::Uninitialized);
+    if (length == 0)  // not a place that every file system can go to
+        return isOpen();
     const eboFileLock::Level level = file_->lockLevel();
     if (level == eboFileLock::Unlocked && file_->lock(eboFileLock::Shared) != eboFileLock::SUCCESS)
         return false;
@@ -178,11 +182,8 @@ bool eboNfsLocalFileRemote::processRequest(const Message& message)
 bool eboNfsLocalFileRemote::onDataRequest(const Message& message)
 {
     const auto ranges = message.requestedBlocks.ranges();
-    const auto isRequested = [&ranges](const PendingWrite& write) {
-        const auto number = static_cast<std::uint64_t>(write.offset);
-        return std::any_of(ranges.begin(), ranges.end(), [number](const Range& range) {
-            return range.first <= number && number <= range.last;
-        });
+    const auto isRequested = [&message](const PendingWrite& write) {
+        return message.requestedBlocks.contains(static_cast<std::uint64_t>(write.offset));
     };
     if (std::any_of(pendingWrites_.begin(), pendingWrites_.end(), isRequested))
         qCCritical(ebo::log::fileTransfer) << "Data request during write!";
@@ -206,13 +207,10 @@ bool eboNfsLocalFileRemote::onWriteRequest(const Message& message)
 {
     if (message.offset % kBlockSize != 0)
         qFatal("Write request data offset was not aligned to block boundary");
-    const std::int64_t bytes = message.data.size() + kWriteRecordBytes;
-    if (pendingWriteBytes_ + bytes > kMostPendingWriteBytes) {
+    if (pendingWrites_.size() < kMostPendingWrites)
+        pendingWrites_.append({message.offset, message.data});
+    else
         lostWrites_ = true;
-        return false;
-    }
-    pendingWriteBytes_ += bytes;
-    pendingWrites_.append({message.offset, message.data});
     return false;
 }
 
@@ -261,7 +259,6 @@ bool eboNfsLocalFileRemote::writePending()
         qCCritical(ebo::log::fileTransfer)
             << "Too much was written without a sync, nothing of it to:" << localPath_;
         pendingWrites_.clear();
-        pendingWriteBytes_ = 0;
         isSyncing_ = false;
         return false;
     }
@@ -270,7 +267,6 @@ bool eboNfsLocalFileRemote::writePending()
             return false;
     }
     pendingWrites_.clear();
-    pendingWriteBytes_ = 0;
     return true;
 }
 
@@ -284,7 +280,7 @@ bool eboNfsLocalFileRemote::write(const PendingWrite& record)
         return fail();
     if (!file_->seek(record.offset))
         qFatal("failed to seek");
-    sentBlocks_.set(static_cast<std::uint64_t>(record.offset / kBlockSize));
+    noteSent(static_cast<std::uint64_t>(record.offset / kBlockSize));
     const std::int64_t count = file_->write(record.data.constData(), record.data.size());
     const std::int64_t position = file_->pos();
     if (count < 0)

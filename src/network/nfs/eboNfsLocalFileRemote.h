@@ -30,8 +30,9 @@ public:
     /// uncompressed music comes to 13,000; they cost 3 MB.
     static constexpr std::size_t kMostPendingRanges = 65536;
 
-    /// Bytes written that can wait for a sync. The pages of a device like this one hold 50 MB.
-    static constexpr std::int64_t kMostPendingWriteBytes = std::int64_t{256} * 1024 * 1024;
+    /// Writes that can wait for a sync, each of a block at most: 256 MiB. The pages of a device like this one
+    /// hold 50 MB.
+    static constexpr int kMostPendingWrites = 65536;
 
     /// @param file      opened already, if it could be
     /// @param readOnly  what would change the file fails
@@ -47,6 +48,9 @@ public:
 
     /// Whether the file was open at the beginning.
     [[nodiscard]] bool wasOpened() const { return wasOpened_; }
+
+    /// Whether the device can still want something of it: a file that is not open is over with the telling.
+    [[nodiscard]] bool isInUse() const { return isOpen() || sendsInfo_; }
 
     /// The next turn tells whether the file is open, and its size.
     void sendInfoAgain();
@@ -84,6 +88,7 @@ private:
     bool sendBlock();
     bool readBlock(std::uint64_t block, QByteArray& data);
     bool readAt(std::int64_t offset, QByteArray& data);
+    void noteSent(std::uint64_t block);
 
     bool onDataRequest(const eboNfsMessages::Message& message);
     bool onWriteRequest(const eboNfsMessages::Message& message);
@@ -102,13 +107,12 @@ private:
     const QString localPath_;
     const ebo::weakptr<eboNfs> nfs_;
     const bool readOnly_;
-    eboSparseBitArray sentBlocks_;
+    eboSparseBitArray sentBlocks_;  // what the device was sent or wrote, and nobody has changed since
     eboSparseBitArray pendingBlocks_;
     const ebo::refptr<eboFile> file_;
     const bool wasOpened_;
     bool sendsInfo_ = true;
     QList<PendingWrite> pendingWrites_;
-    std::int64_t pendingWriteBytes_ = 0;
     bool lostWrites_ = false;
     bool isSyncing_ = false;     // notices of changes are of this use's own
     bool isStalled_ = false;     // the connection refused a block

@@ -260,7 +260,13 @@ bool eboNfsRootDirectory::enter(eboNfsHost& host, std::uint32_t objectId, eboNfs
     } else if (ofHost.size() >= servingLimits::kMostObjectsOfHost) {
         for (auto entry = ofHost.begin(); entry != ofHost.end();) {
             const auto known = entry->promote();
-            entry = known && known->serves(&host, entry.key()) ? std::next(entry) : ofHost.erase(entry);
+            if (known && known->serves(&host, entry.key())) {
+                ++entry;
+                continue;
+            }
+            if (known)
+                known->forget(&host, entry.key());
+            entry = ofHost.erase(entry);
         }
         if (ofHost.size() >= servingLimits::kMostObjectsOfHost) {
             qCWarning(ebo::log::directoryRoot) << "Too much is in use by host:" << host.uuid();

@@ -21,7 +21,6 @@ eboNfsSubDirectory::eboNfsSubDirectory(QUrl url, eboUtils::file::DirectoryConten
     settling_.setSingleShot(true);
     settling_.setInterval(kSettleMilliseconds);
     connect(&settling_, &QTimer::timeout, this, &eboNfsSubDirectory::onSettled);
-    connect(&watcher_, &QFileSystemWatcher::directoryChanged, this, &eboNfsSubDirectory::onWatched);
 }
 
 eboNfsSubDirectory::~eboNfsSubDirectory() = default;
@@ -29,8 +28,11 @@ eboNfsSubDirectory::~eboNfsSubDirectory() = default;
 void eboNfsSubDirectory::watch()
 {
     const QString path = url_.toLocalFile();
-    if (watcher_.directories().isEmpty() && QFileInfo(path).isDir())
-        watcher_.addPath(path);
+    if ((watcher_ && !watcher_->directories().isEmpty()) || !QFileInfo(path).isDir())
+        return;
+    watcher_ = std::make_unique<QFileSystemWatcher>(QStringList(path));
+    connect(watcher_.get(), &QFileSystemWatcher::directoryChanged, this, &eboNfsSubDirectory::onWatched);
+    lastEntries_.reset();  // nobody knows what happened while nobody watched
 }
 
 QStringList eboNfsSubDirectory::entryList(int filter) const
@@ -68,6 +70,8 @@ void eboNfsSubDirectory::unregisterListeningHost(const HostRef& host)
     qCDebug(ebo::log::directoryRoot) << Q_FUNC_INFO << url_ << host->rootUrl();
     eboNfsLocalDirectory::unregisterListeningHost(host);
     disconnect(host.get(), nullptr, this, nullptr);
+    if (listenerCount() == 0)
+        watcher_.reset();
     const auto removed = remotes_.remove_if([&](const auto& remote) {
         if (!remote->isOf(host))
             return false;

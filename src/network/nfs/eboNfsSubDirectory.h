@@ -53,7 +53,7 @@ private:
     const eboUtils::file::DirectoryContentHandle contents_;
     bool needsProcessing_ = false;
     std::list<std::shared_ptr<Remote>> remotes_;
-    QFileSystemWatcher watcher_;
+    std::unique_ptr<QFileSystemWatcher> watcher_;  // while somebody looks: it costs a descriptor
     /// Not listed yet: nothing that a first change could be compared with.
     std::optional<QStringList> lastEntries_;
     QTimer settling_;  // gathers the many changes of a copy in progress

@@ -6,8 +6,17 @@
 void eboNfsSubDirectory::Remote::begin()
 {
     directories_ = directory_.contents_.entries(QDir::Dirs | QDir::NoDot | QDir::NoDotDot);
-    files_ = directory_.contents_.entries(QDir::Files);
+    files_.reset();
     restart_ = false;
+}
+
+bool eboNfsSubDirectory::Remote::isOver()
+{
+    if (directories_->hasNext())
+        return false;
+    if (!files_)
+        files_ = directory_.contents_.entries(QDir::Files);
+    return !files_->hasNext();
 }
 
 void eboNfsSubDirectory::Remote::end()
@@ -29,6 +38,12 @@ bool eboNfsSubDirectory::Remote::process()
         end();
         return false;
     }
+    if (!host->hasService()) {  // pages may have been lost; if it comes back, all anew
+        restart_ = true;
+        isStalled_ = true;
+        end();
+        return false;
+    }
     if (host->unsentBytes() > servingLimits::kMostUnsentBytes) {
         isStalled_ = true;
         return false;
@@ -39,7 +54,10 @@ bool eboNfsSubDirectory::Remote::process()
     if (restart_)
         begin();
     message.containsDirectories = directories_->hasNext();
-    message.entries = (message.containsDirectories ? *directories_ : *files_).take(kNamesPerPage);
+    if (message.containsDirectories)
+        message.entries = directories_->take(kNamesPerPage);
+    else if (!isOver())
+        message.entries = files_->take(kNamesPerPage);
     message.isLast = isOver();
     if (message.isLast)
         end();

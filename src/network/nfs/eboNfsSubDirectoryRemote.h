@@ -33,14 +33,15 @@ private:
     using EntryIterator = eboUtils::file::DirectoryContentHandle::EntryIterator;
 
     void begin();
-    [[nodiscard]] bool isOver() const { return !directories_->hasNext() && !files_->hasNext(); }
+    [[nodiscard]] bool isOver();
     void end();
 
     const eboNfsHost* const hostKey_;  // to compare with
     const ebo::weakptr<eboNfsHost> host_;
     const std::uint32_t objectId_;
     const eboNfsSubDirectory& directory_;  // owns this
-    // While a listing is under way, both.
+    // While a listing is under way. The files come in when there are no more directories: each iterator holds
+    // the directory open until it has come to the end.
     std::optional<EntryIterator> directories_;
     std::optional<EntryIterator> files_;
     bool restart_ = true;

@@ -39,6 +39,7 @@ public:
     [[nodiscard]] bool atEnd() const override { return file_->atEnd(); }
     [[nodiscard]] bool isDirty() const override { return file_->isDirty(); }
     [[nodiscard]] unsigned int blockSize() const override { return file_->blockSize(); }
+    [[nodiscard]] bool hasLostData() const override { return file_->hasLostData(); }
 
 private:
     void notify(eboNfs& nfs);

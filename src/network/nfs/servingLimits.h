@@ -14,7 +14,7 @@ inline constexpr qint64 kMostUnreadBytes = 16 * 1024 * 1024;
 
 /// Files and directories that one device can use at once. Each may cost a descriptor, and a process commonly
 /// has 1024 of them.
-inline constexpr int kMostObjectsOfHost = 512;
+inline constexpr int kMostObjectsOfHost = 256;
 
 /// Served files and directories that nobody uses any more stay listed until there are so many.
 inline constexpr int kMostIdleEntries = 1024;
