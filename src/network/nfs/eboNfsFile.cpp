@@ -10,8 +10,6 @@
 #include <chrono>
 #include <utility>
 
-using eboNfsMessages::Message;
-
 namespace {
 
 constexpr std::chrono::seconds kAskAgain{1};

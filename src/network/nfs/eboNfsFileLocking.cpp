@@ -5,8 +5,6 @@
 
 #include <chrono>
 
-using eboNfsMessages::Message;
-
 namespace {
 
 constexpr int kMostTurns = 3;

@@ -11,7 +11,6 @@
 #include <thread>
 #include <utility>
 
-using eboNfsMessages::Message;
 using eboUtils::kPageBytes;
 using eboUtils::Page;
 using eboUtils::pageAt;

@@ -11,7 +11,6 @@
 #include <limits>
 #include <utility>
 
-using eboNfsMessages::Message;
 using eboUtils::kPageBytes;
 using eboUtils::pageAt;
 using eboUtils::PageRef;
