@@ -58,6 +58,8 @@ Q_SIGNALS:
 private:
     using RemoteRef = std::shared_ptr<eboNfsLocalFileRemote>;
 
+    [[nodiscard]] bool canBeOpened() const;
+    [[nodiscard]] ebo::refptr<eboFile> makeFile(const ebo::refptr<eboFileFactory>& factory) const;
     [[nodiscard]] RemoteRef find(eboNfsHost* host, std::uint32_t objectId) const;
     void drop(const RemoteRef& remote);
     void dropIf(const std::function<bool(const RemoteRef&)>& isMeant);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 
 using namespace nfstest;
 using namespace peer::nfs;
@@ -146,6 +147,57 @@ TEST_F(LocalFile, AMissingFileIsCreated)
     const auto device = join();
     open(*device, 3, u"/music/new", 0);
     EXPECT_TRUE(fs::exists(music() + "/new"));
+}
+
+/// Counts the paths that it is asked for.
+class CountingFactory : public eboFileFactory {
+public:
+    std::atomic<int> asked{0};
+
+    ebo::refptr<eboFile> open(const char* path, int options) override
+    {
+        ++asked;
+        return eboFileFactory::open(path, options);
+    }
+};
+
+class CountedFiles : public LocalFile {
+protected:
+    ebo::refptr<eboFileFactory> makeFactory() override { return counting_; }
+
+    const ebo::refptr<CountingFactory> counting_ = ebo::makeRef<CountingFactory>();
+};
+
+TEST_F(CountedFiles, PathsThatLeadNowhereLeaveNoTraceInTheFactory)
+{
+    share({.readOnly = true});
+    put("song", "12345");
+    fs::create_directory(music() + "/folder");
+    const auto device = join();
+    std::uint32_t object = 0;
+    for (const char16_t* path : {u"/music/none", u"/music/no/where", u"/music/song/x", u"/music/folder"}) {
+        device->peer.send(fileRequest(++object, path));
+        EXPECT_EQ(device->peer.next(), fileInfo(object, 0, 0));
+    }
+    EXPECT_EQ(counting_->asked, 0);
+    device->peer.send(truncateRequest(object, 7));
+    EXPECT_EQ(device->peer.next(), truncateResponse(object, false, 0));
+    device->peer.send(dataRequest(object, {{0, 0}}));
+    device->peer.send(fileRelease(object));
+    open(*device, ++object, u"/music/song", 5);
+    EXPECT_EQ(counting_->asked, 1);
+}
+
+TEST_F(CountedFiles, WhereAFileMayBeCreatedTheFactoryIsAsked)
+{
+    share();
+    const auto device = join();
+    device->peer.send(fileRequest(1, u"/music/no/where"));
+    EXPECT_EQ(device->peer.next(), fileInfo(1, 0, 0));
+    EXPECT_EQ(counting_->asked, 0);
+    open(*device, 2, u"/music/new", 0);
+    EXPECT_EQ(counting_->asked, 1);
+    EXPECT_EQ(content("new"), "");
 }
 
 TEST_F(LocalFile, EightReadersGetABlockEachInEveryTurn)
