@@ -89,7 +89,8 @@ private:
     bool openFile(const Message& request, eboNfsHost& host);
     bool passToObject(const Message& request, eboNfsHost& host);
 
-    [[nodiscard]] ebo::refptr<eboNfsSubDirectory> findOrMakeDirectory(const QUrl& url);
+    [[nodiscard]] ebo::refptr<eboNfsSubDirectory> findOrMakeDirectory(const QUrl& url,
+                                                                      const Message& request);
     [[nodiscard]] ebo::refptr<eboNfsLocalFile> findOrMakeFile(const QUrl& url);
     bool enter(eboNfsHost& host, std::uint32_t objectId, eboNfsLocalObject* object);
     void dropIdle();
