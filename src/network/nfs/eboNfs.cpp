@@ -203,7 +203,7 @@ void eboNfs::makeEverythingUnavailable()
         }
         // A file whose number has been dropped may still be waited for.
         for (auto& file : liveOnes(files_))
-            ending.push_back(std::move(file));
+            ending.emplace_back(std::move(file));
     }
     for (const auto& object : ending)
         object->setIsUnavailable();
@@ -319,11 +319,11 @@ void eboNfs::dropObject(std::uint32_t objectId)
             dropped.push_back(std::move(object));
         for (auto& directory : takeNumbered(directories_, objectId)) {
             infos_.remove(directory->url());
-            dropped.push_back(std::move(directory));
+            dropped.emplace_back(std::move(directory));
         }
         for (auto& file : takeNumbered(files_, objectId)) {
             infos_.remove(file->url());
-            dropped.push_back(std::move(file));
+            dropped.emplace_back(std::move(file));
         }
     }
     for (const auto& object : dropped)
