@@ -13,9 +13,9 @@
 using eboNfsMessages::Message;
 
 eboNfsLocalFile::eboNfsLocalFile(QUrl url, ebo::weakptr<eboNfs> nfs, ebo::weakptr<eboFileFactory> fileFactory,
-                                 SharingPolicy policy)
+                                 SharingPolicy policy, Backlogs backlogs)
     : url_(std::move(url)), localPath_(url_.toLocalFile()), nfs_(std::move(nfs)),
-      fileFactory_(std::move(fileFactory)), policy_(policy)
+      fileFactory_(std::move(fileFactory)), policy_(policy), backlogs_(std::move(backlogs))
 {}
 
 eboNfsLocalFile::~eboNfsLocalFile() { tellGone(); }
@@ -49,8 +49,8 @@ void eboNfsLocalFile::addRemote(const ebo::refptr<eboNfsHost>& host, unsigned in
     if (!isOpen)
         qCWarning(ebo::log::fileTransfer) << "failed to open file:" << localPath_;
 
-    const auto remote =
-        std::make_shared<eboNfsLocalFileRemote>(host, objectId, file, localPath_, nfs_, policy_.readOnly);
+    const auto remote = std::make_shared<eboNfsLocalFileRemote>(host, objectId, file, localPath_, nfs_,
+                                                                policy_.readOnly, backlogs_);
     connect(host.get(), &eboNfsHost::bytesWritten, remote.get(), &eboNfsLocalFileRemote::onBytesWritten);
     remotes_.push_back(remote);
     remote->sendInfoAgain();

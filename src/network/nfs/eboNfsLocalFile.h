@@ -1,6 +1,7 @@
 #pragma once
 
 #include "file/eboFileFactory.h"
+#include "network/nfs/Backlog.h"
 #include "network/nfs/SharingPolicy.h"
 #include "network/nfs/eboNfsLocalObject.h"
 #include "network/nfs/eboSparseBitArray.h"
@@ -26,7 +27,7 @@ class eboNfsLocalFile : public eboNfsLocalObject {
 
 public:
     eboNfsLocalFile(QUrl url, ebo::weakptr<eboNfs> nfs, ebo::weakptr<eboFileFactory> fileFactory,
-                    SharingPolicy policy);
+                    SharingPolicy policy, Backlogs backlogs);
     ~eboNfsLocalFile() override;
 
     /// Opens the file for one more use, and tells the device what came of that, in a turn to come. A use that
@@ -70,5 +71,6 @@ private:
     const ebo::weakptr<eboNfs> nfs_;
     const ebo::weakptr<eboFileFactory> fileFactory_;
     const SharingPolicy policy_;
+    const Backlogs backlogs_;
     std::vector<RemoteRef> remotes_;
 };

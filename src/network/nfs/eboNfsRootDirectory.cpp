@@ -239,7 +239,7 @@ ebo::refptr<eboNfsLocalFile> eboNfsRootDirectory::findOrMakeFile(const QUrl& url
     if (file)
         return file;
     dropIdle();
-    file = ebo::makeRef<eboNfsLocalFile>(url, nfs_, fileFactory_, paths_.policy());
+    file = ebo::makeRef<eboNfsLocalFile>(url, nfs_, fileFactory_, paths_.policy(), backlogs_);
     connect(file.get(), &eboNfsLocalFile::opened, this, &eboNfsRootDirectory::fileOpened);
     connect(file.get(), &eboNfsLocalFile::released, this, &eboNfsRootDirectory::fileReleased);
     const std::lock_guard guard(rootMutex_);

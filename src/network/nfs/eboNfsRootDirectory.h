@@ -1,6 +1,7 @@
 #pragma once
 
 #include "file/eboFileFactory.h"
+#include "network/nfs/Backlog.h"
 #include "network/nfs/ServedPaths.h"
 #include "network/nfs/SharingPolicy.h"
 #include "network/nfs/eboNfsLocalDirectory.h"
@@ -102,6 +103,7 @@ private:
     QMap<eboNfsHost*, Objects> objects_;  // by the number that each device gave them
     bool directoriesChanged_ = false;     // since the last turn
     bool filesChanged_ = false;
+    const Backlogs backlogs_;
     const ebo::weakptr<eboNfs> nfs_;
     const ebo::weakptr<eboFileFactory> fileFactory_;
 };

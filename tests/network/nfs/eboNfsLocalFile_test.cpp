@@ -126,6 +126,35 @@ TEST_F(LocalFile, OnlySoManyRangesWaitAtATime)
     EXPECT_TRUE(hasText(log, "Too many blocks requested at once of:"));
 }
 
+TEST_F(LocalFile, RangesOfManyUsesWaitUpToALimitForAll)
+{
+    share();
+    put("song", block('a'));
+    const auto device = join();
+    const auto host = hostOf(*device);
+    constexpr std::uint32_t kUses = 17;
+    for (std::uint32_t object = 1; object <= kUses + 1; ++object)
+        open(*device, object, u"/music/song", kBlock);
+    const LogCapture log;
+    onNetworkThread([&] {
+        for (std::uint32_t object = 1; object <= kUses; ++object) {
+            Message request(eboNfsMessages::eFileDataRequest, object);
+            for (std::uint64_t i = 0; i < 65536; ++i)
+                request.requestedBlocks.set(2 * i + 100);
+            root().processRequest(request, host.get());
+        }
+        EXPECT_TRUE(hasText(log, "Too many blocks requested at once of:")) << "by the last of them";
+        root().processRequest(dataRequestOf(kUses + 1, 0, 0), host.get());
+        EXPECT_TRUE(root().processFiles());
+        for (std::uint32_t object = 1; object <= kUses; ++object)
+            root().processRequest({eboNfsMessages::eFileRelease, object}, host.get());
+    });
+    for (std::uint32_t object = 1; object < kUses; ++object)
+        EXPECT_EQ(device->peer.next(), fileData(object, 100 * kBlock, ""));
+    EXPECT_EQ(device->peer.next(), fileData(kUses + 1, 0, block('a'))) << "a few are always in order";
+    expectNothingMore(*device);
+}
+
 TEST_F(LocalFile, AFileThatIsRequestedAgainIsToldAgain)
 {
     share();
