@@ -261,13 +261,15 @@ void eboNfs::onMessageReceived(eboNfsHost* host, const Message& message)
         if (rootDirectory_->processRequest(message, host))
             triggerProcessing();
     } else if (eboNfsMessages::isAnswer(message.type)) {
-        passAnswer(message);
-        if (message.type == eboNfsMessages::eObjectUnavailable)
+        const bool mayAnswer = passAnswer(host, message);
+        if (mayAnswer && message.type == eboNfsMessages::eObjectUnavailable)
             dropObject(message.objectId);
     }
 }
 
-void eboNfs::passAnswer(const Message& message)
+/// @return false if the object is another device's: numbers are easily guessed, and nobody is to answer in
+/// the name of others
+bool eboNfs::passAnswer(const eboNfsHost* host, const Message& message)
 {
     using namespace eboNfsMessages;
     ebo::refptr<eboNfsObject> object;
@@ -284,7 +286,7 @@ void eboNfs::passAnswer(const Message& message)
             else if (message.type == eDirectoryInfo)
                 qCWarning(ebo::log::fileTransfer)
                     << "Received directory info for unknown object" << message.objectId;
-            return;
+            return true;
         }
         object = entry.value().promote();
         if (!object) {
@@ -296,18 +298,24 @@ void eboNfs::passAnswer(const Message& message)
                 qCWarning(ebo::log::fileTransfer)
                     << "Received directory info for NO LONGER AVAILABLE object id" << message.objectId;
             objects_.erase(entry);
-            return;
+            return true;
         }
         if (object->isUnavailable()) {
             qCDebug(ebo::log::fileTransfer) << "Received message for unavailable object?!";
             objects_.erase(entry);
-            return;
+            return true;
         }
+    }
+    if (object->host().get() != host) {
+        qCWarning(ebo::log::fileTransfer)
+            << "Received an answer for an object of another host:" << message.objectId;
+        return false;
     }
     if (message.type == eDirectoryContents)
         qCDebug(ebo::log::fileTransferDetailed)
             << "received directory content message for AVAILABLE object id:" << message.objectId;
     object->messageReceived(message);
+    return true;
 }
 
 void eboNfs::dropObject(std::uint32_t objectId)

@@ -136,6 +136,25 @@ TEST_F(EboNfs, AnswersForObjectsThatHaveGoneAreDropped)
     EXPECT_EQ(unavailable->size(), 0);
 }
 
+TEST_F(EboNfs, NobodyAnswersInTheNameOfAnother)
+{
+    const testsupport::LogCapture log;
+    const auto asked = join(1);
+    const auto other = join(2);
+    const auto file = nfs()->getFile(urlOn(*asked, "/a"), false);
+    other->peer.send(peer::nfs::fileInfo(file->objectId(), 666));
+    other->peer.send(peer::nfs::objectUnavailable(file->objectId()));
+    other->peer.send(peer::nfs::syncRequest(77));
+    EXPECT_EQ(other->peer.next(), peer::nfs::objectUnavailable(77)) << "what came before is done";
+    EXPECT_EQ(file->size(), 0);
+    EXPECT_EQ(file->status(), eboNfsFile::Status::Uninitialized);
+    EXPECT_FALSE(file->isUnavailable());
+    EXPECT_TRUE(log.contains("Received an answer for an object of another host:"));
+    asked->peer.send(peer::nfs::fileInfo(file->objectId(), 5));
+    EXPECT_TRUE(eventually([&] { return file->size() == 5; }));
+    EXPECT_EQ(nfs()->getFile(urlOn(*asked, "/a"), false), file);
+}
+
 TEST_F(EboNfs, WhatLiesBelowSomethingUnmountedIsUnavailable)
 {
     const auto device = join();
