@@ -122,6 +122,10 @@ inline bool hasText(const testsupport::LogCapture& log, const std::string& text)
 }
 
 /// A block of bytes that can be told from its neighbours.
-inline std::string block(char fill, std::size_t size = 4096) { return std::string(size, fill); }
+inline std::string block(char fill, std::size_t size = 4096)
+{
+    std::string bytes(size, fill);
+    return bytes;
+}
 
 }  // namespace nfstest

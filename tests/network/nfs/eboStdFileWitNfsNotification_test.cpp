@@ -162,8 +162,10 @@ TEST_F(Notification, AFileThatNobodyHasOpenConcernsNobody)
 
 TEST_F(Notification, ManyThreadsMayWrite)
 {
+    constexpr int kWriters = 4;
     std::vector<std::thread> writers;
-    for (int i = 0; i < 4; ++i)
+    writers.reserve(kWriters);
+    for (int i = 0; i < kWriters; ++i)
         writers.emplace_back([this] {
             const auto file = opened();
             for (int round = 0; round < 50; ++round) {
