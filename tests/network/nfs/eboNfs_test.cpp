@@ -10,7 +10,6 @@
 
 using namespace nfstest;
 using namespace std::chrono_literals;
-using peer::nfs::received;
 using testsupport::eventually;
 
 namespace {
@@ -19,7 +18,7 @@ class EboNfs : public NfsTest {
 protected:
     static QUrl urlOn(const Device& device, const char* path)
     {
-        return QUrl(device.url(QString::fromLatin1(path)));
+        return {device.url(QString::fromLatin1(path))};
     }
     bool knows(const Device& device)
     {
