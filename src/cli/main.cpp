@@ -1,7 +1,9 @@
 // tunesift: analyses tracks through worker processes and prints what they find; lists devices.
 
 #include "cli/analyzeVerb.h"
+#include "cli/check/checkVerb.h"
 #include "cli/devices/devicesVerb.h"
+#include "cli/doctor/doctorVerb.h"
 #include "cli/exitStatus.h"
 #include "cli/merge/mergeVerb.h"
 #include "cli/output.h"
@@ -22,8 +24,10 @@ const QString& generalHelp()
                        "\n"
                        "Verbs:\n"
                        "  analyze     Finds tempo, beats, key and loudness of tracks.\n"
+                       "  check       Decodes files and says what is wrong with them.\n"
                        "  merge       Joins the results of several runs and checks them.\n"
                        "  devices     Lists the devices of the network as they come and go.\n"
+                       "  doctor      Shows versions and what the machine lacks, and tests itself.\n"
                        "\n"
                        "Options:\n"
                        "  -h, --help     Shows this; after a verb, the help of the verb.\n"
@@ -36,6 +40,10 @@ int run(const QStringList& arguments)
     const QString verb = arguments.value(1);
     if (verb == QLatin1String("analyze"))
         return analyzeVerb(arguments.mid(1));
+    if (verb == QLatin1String("check"))
+        return checkVerb(arguments.mid(1));
+    if (verb == QLatin1String("doctor"))
+        return doctorVerb(arguments.mid(1));
     if (verb == QLatin1String("merge"))
         return mergeVerb(arguments.mid(1));
     if (verb == QLatin1String("devices"))

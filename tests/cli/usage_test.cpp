@@ -40,11 +40,17 @@ TEST(Usage, BadUsageEndsWithStatusTwoAndAHint)
                                    "analyze --retry-failed",
                                    "analyze --csv -o x --resume",
                                    "merge",
-                                   "merge --dance"}) {
+                                   "merge --dance",
+                                   "check",
+                                   "check --dance",
+                                   "check -j 0 x",
+                                   "doctor --dance",
+                                   "doctor x"}) {
         const CliOutcome outcome = runCli(list(line));
         EXPECT_EQ(outcome.status, 2) << line;
         EXPECT_EQ(outcome.output, QString()) << line;
-        EXPECT_THAT(outcome.errors.toStdString(), ContainsRegex("Try 'tunesift (analyze |merge )?--help'"))
+        EXPECT_THAT(outcome.errors.toStdString(),
+                    ContainsRegex("Try 'tunesift (analyze |merge |check |doctor )?--help'"))
             << line;
     }
 }
