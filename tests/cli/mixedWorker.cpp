@@ -3,6 +3,7 @@
 
 #include "app/protocol/eboOfflineAnalysisProtocol.h"
 #include "app/protocol/messageIds.h"
+#include "host/ChildProcess.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -28,6 +29,8 @@ void misbehaveAt(const QString& track)
     if (name == QLatin1String("stalls"))
         pause();
     if (name == QLatin1String("eats-memory")) {
+        if (!tunesift::host::kChildrenCanBeLimited)
+            raise(SIGSEGV);  // nothing would stop it
         std::vector<std::vector<char>> eaten;
         while (eaten.size() < 512)
             eaten.emplace_back(std::size_t{16} << 20);
