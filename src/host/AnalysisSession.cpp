@@ -64,6 +64,7 @@ void AnalysisSession::onWorkerConnected()
     if (!isRunning())
         return;
     worker_->sendStart(run_->request());
+    sinceWord_.start();
     silenceTimer_.start(settings_.silenceTimeout);
     trackTimer_.start(settings_.trackTimeout.count() > 0 ? settings_.trackTimeout : kTrackTimeout);
 }
@@ -72,7 +73,7 @@ void AnalysisSession::onMessage(const Message& message)
 {
     if (!isRunning() || !run_->take(message))
         return;
-    silenceTimer_.start(settings_.silenceTimeout);
+    sinceWord_.start();
     if (const auto* progress = std::get_if<Progress>(&message))
         Q_EMIT progressed(progress->share);
     if (const auto* info = std::get_if<TrackInfo>(&message))
@@ -106,6 +107,11 @@ void AnalysisSession::onWorkerFailed(const TrackError& error)
 
 void AnalysisSession::onSilence()
 {
+    const auto left = settings_.silenceTimeout - std::chrono::milliseconds(sinceWord_.elapsed());
+    if (left.count() > 0) {
+        silenceTimer_.start(left);
+        return;
+    }
     worker_->kill();
     finish(TrackError{ErrorKind::kSilent, QStringLiteral("the worker fell silent")});
 }

@@ -70,6 +70,7 @@ private:
     std::unique_ptr<TrackRun> run_;
     QElapsedTimer sinceRequest_;
     QTimer silenceTimer_;
+    QElapsedTimer sinceWord_;  ///< Since the worker's last message; cheaper than setting the timer each time.
     QTimer trackTimer_;
 };
 
