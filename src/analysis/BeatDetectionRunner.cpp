@@ -158,6 +158,11 @@ BeatDetectionRunner::Outcome BeatDetectionRunner::analyzeBlocks(eboAudioFormatRe
         const std::uint32_t wanted = isLast ? lastBlockSize_ : kBlockSize;
         const std::uint32_t received = readBlock(reader, wanted);
         isLast = isLast || received < wanted;
+        // Half a track must not pass for a whole one.
+        if (reader.hasLostData()) {
+            qWarning() << "The file went away at frame" << position_ + received << "of" << reader.length();
+            return Outcome::kUnusable;
+        }
         if (received < wanted && analysis.waveform().entriesMissing() > kLongestFlush) {
             qWarning() << "The file ends at frame" << position_ + received << "of" << reader.length()
                        << "announced";

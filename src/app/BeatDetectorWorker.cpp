@@ -3,6 +3,7 @@
 #include "analysis/TunesiftTrackDataFactory.h"
 #include "app/protocol/eboOfflineAnalysisProtocol.h"
 #include "app/protocol/messageIds.h"
+#include "network/nfs/netUrl.h"
 
 #include <QCoreApplication>
 #include <QHostAddress>
@@ -17,6 +18,8 @@
 using namespace eboOfflineAnalysisProtocol;
 
 namespace {
+
+constexpr int kNetworkWaitMilliseconds = 100;
 
 template <typename Number>
 QByteArray littleEndian(Number value)
@@ -36,7 +39,7 @@ void setCork(const QTcpSocket& socket, bool isOn)
 }  // namespace
 
 BeatDetectorWorker::BeatDetectorWorker(RunThreads& runThreads)
-    : socket_(new QTcpSocket(this)), fileFactory_(ebo::makeRef<eboFileFactory>()),
+    : socket_(new QTcpSocket(this)), fileFactory_(ebo::makeRef<eboNfsFileFactory>()),
       fileFormats_(ebo::makeRef<eboFileFormats>(fileFactory_)),
       trackDataFactory_(ebo::makeRef<TunesiftTrackDataFactory>(fileFormats_, runThreads))
 {}
@@ -45,6 +48,9 @@ BeatDetectorWorker::~BeatDetectorWorker()
 {
     // The socket outlives the other members as a child and would report its end to an object half gone.
     socket_->disconnect(this);
+    // The run is told to stop before its file goes away under it.
+    trackData_.reset();
+    fileSharing_.tearDown();
 }
 
 void BeatDetectorWorker::connectToHost(std::uint16_t port)
@@ -53,6 +59,8 @@ void BeatDetectorWorker::connectToHost(std::uint16_t port)
     connect(socket_, &QTcpSocket::connected, this, &BeatDetectorWorker::onSocketConnected);
     connect(socket_, &QTcpSocket::disconnected, application, &QCoreApplication::quit);
     connect(socket_, SIGNAL(error(QAbstractSocket::SocketError)), application, SLOT(quit()));
+    networkWaitTimer_.setSingleShot(true);
+    connect(&networkWaitTimer_, &QTimer::timeout, this, &BeatDetectorWorker::onNetworkWaitTimer);
     socket_->connectToHost(QHostAddress(QHostAddress::LocalHost), port, QIODevice::ReadWrite);
     connect(this, &BeatDetectorWorker::finished, application, &QCoreApplication::quit);
 }
@@ -93,6 +101,8 @@ int BeatDetectorWorker::startAnalysis(const QByteArray& payload)
     const auto preferences = AnalysisPreferences::fromPayload(payload);
     const QString path = QString::fromUtf8(payload.mid(AnalysisPreferences::kRecordSize));
 
+    if (eboNetUrl::isNetPath(path) && !isReachable(path, payload))
+        return 0;
     if (trackData_)
         unrelayTrack();
     trackData_ = trackDataFactory_->create(path);
@@ -100,6 +110,35 @@ int BeatDetectorWorker::startAnalysis(const QByteArray& payload)
     trackData_->startBeatDetectionRunner(preferences);
     send(kStarted);
     return 1;
+}
+
+bool BeatDetectorWorker::isReachable(const QString& netPath, const QByteArray& payload)
+{
+    if (!fileSharing_.isUp()) {
+        fileSharing_.bringUp(fileFactory_);
+        pendingCommands_.append(payload);
+    } else if (fileSharing_.nfs()->getFile(eboNetUrl::toUrl(netPath), true)) {
+        return true;
+    }
+    networkWaitTimer_.start(kNetworkWaitMilliseconds);
+    return false;
+}
+
+void BeatDetectorWorker::onNetworkWaitTimer()
+{
+    QList<QByteArray> waiting = std::exchange(pendingCommands_, {});
+    bool hasBegun = false;
+    while (!waiting.isEmpty() && !hasBegun) {
+        const QByteArray payload = waiting.takeFirst();
+        const int known = pendingCommands_.size();
+        hasBegun = startAnalysis(payload) != 0;
+        // A start that had to bring the network up again has put itself back on the list.
+        if (!hasBegun && pendingCommands_.size() == known)
+            pendingCommands_.append(payload);
+    }
+    pendingCommands_.append(waiting);
+    if (hasBegun)
+        networkWaitTimer_.start(kNetworkWaitMilliseconds);
 }
 
 void BeatDetectorWorker::relayTrack()
@@ -128,7 +167,12 @@ void BeatDetectorWorker::unrelayTrack()
     disconnect(track, &ITrackData::highResolutionWaveUpdated, this, nullptr);
 }
 
-void BeatDetectorWorker::endRun() { trackData_.reset(); }
+void BeatDetectorWorker::endRun()
+{
+    // Its signal is what led here: it must not be deleted while the network's end delivers deletions.
+    const auto ended = std::exchange(trackData_, nullptr);
+    fileSharing_.tearDown();
+}
 
 void BeatDetectorWorker::onDetectionProgress(double progress)
 {

@@ -3,18 +3,25 @@
 #include "analysis/ITrackData.h"
 #include "analysis/ITrackDataFactory.h"
 #include "analysis/RunThreads.h"
-#include "file/eboFileFactory.h"
 #include "formats/eboFileFormats.h"
+#include "network/nfs/FileSharing.h"
+#include "network/nfs/eboNfsFileFactory.h"
 #include "runtime/refptr.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QObject>
 #include <QTcpSocket>
+#include <QTimer>
 
 #include <cstdint>
 
 /// The control object of the process: owns the connection to the host, turns its commands into runs, and
 /// relays to it what a run reports. It analyses nothing itself. Main thread only.
+///
+/// A track on another device brings the network up for the length of its run. Its start waits, without a
+/// limit and without a word to the host, until the device is found; a further start of that kind is lost
+/// meanwhile.
 ///
 /// A second start while a run goes on replaces the run: the old track dies and so tells its run to stop, and
 /// what that run still reports reaches nobody.
@@ -45,9 +52,12 @@ private Q_SLOTS:
     void onTrackDataUpdated(const QByteArray& newChunk);
     void onOverviewWaveUpdated(const QByteArray& newChunk);
     void onHighResolutionWaveUpdated(const QByteArray& newChunk);
+    void onNetworkWaitTimer();
 
 private:
+    /// @return 1 if the run has begun, 0 if its file is not known yet
     int startAnalysis(const QByteArray& payload);
+    [[nodiscard]] bool isReachable(const QString& netPath, const QByteArray& payload);
     void relayTrack();
     void unrelayTrack();
     void endRun();
@@ -57,10 +67,13 @@ private:
     void releaseSegments();
 
     QTcpSocket* const socket_;
-    const ebo::refptr<eboFileFactory> fileFactory_;
+    const ebo::refptr<eboNfsFileFactory> fileFactory_;
     const ebo::refptr<eboFileFormats> fileFormats_;
     ebo::refptr<ITrackData> trackData_;  ///< Of the current run, or null.
     const ebo::refptr<ITrackDataFactory> trackDataFactory_;
+    FileSharing fileSharing_;  ///< Up for the length of one run on a net path.
+    QTimer networkWaitTimer_;
+    QList<QByteArray> pendingCommands_;  ///< Starts that wait for the network.
     const std::uint32_t streamTag_ = 0;
     bool isSending_ = false;
     bool commandsWait_ = false;  ///< Arrived in the middle of a send.

@@ -11,6 +11,8 @@ namespace {
 constexpr int kLowestMinimumBpm = 3;
 constexpr int kHighestMinimumBpm = 300;
 
+constexpr int kMostWaitSeconds = 1'000'000;  // eleven days; in milliseconds it still is an int
+
 QString helpOf(const QCommandLineParser& parser)
 {
     // The parser's own first line knows nothing of verbs.
@@ -42,11 +44,18 @@ std::variant<AnalyzeOptions, HelpWanted, UsageError> parseAnalyzeOptions(const Q
         QStringLiteral("Runs the worker at PATH instead of the tunesift-worker beside tunesift."),
         QStringLiteral("PATH"), workerPath());
 
+    const QCommandLineOption wait(
+        QStringLiteral("wait"),
+        QStringLiteral(
+            "Gives up on a track of another device (net://...) when that is not found, or does not "
+            "answer, for so long; after 60 seconds otherwise."),
+        QStringLiteral("SECONDS"));
+
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "\nFinds tempo, beats, key and loudness of tracks, and of all tracks in folders. Without a "
         "track, of a demo."));
-    parser.addOptions({help, json, minimumBpm, noKey, worker});
+    parser.addOptions({help, json, minimumBpm, noKey, wait, worker});
     addBatchOptions(parser);
     parser.addPositionalArgument(QStringLiteral("PATH"), QStringLiteral("Audio files, and folders of them."));
 
@@ -69,6 +78,15 @@ std::variant<AnalyzeOptions, HelpWanted, UsageError> parseAnalyzeOptions(const Q
                                   .arg(kHighestMinimumBpm)
                                   .arg(parser.value(minimumBpm))};
         options.preferences.minimumBpm = value;
+    }
+    if (parser.isSet(wait)) {
+        bool isNumber = false;
+        const int value = parser.value(wait).toInt(&isNumber);
+        if (!isNumber || value < 1 || value > kMostWaitSeconds)
+            return UsageError{QStringLiteral("--wait wants a whole number from 1 to %1, not '%2'.")
+                                  .arg(kMostWaitSeconds)
+                                  .arg(parser.value(wait))};
+        options.wait = std::chrono::seconds(value);
     }
     auto batch = readBatchOptions(parser);
     if (const auto* problem = std::get_if<QString>(&batch))

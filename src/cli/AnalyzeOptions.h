@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
+#include <optional>
 #include <variant>
 
 namespace tunesift::cli {
@@ -15,7 +17,8 @@ struct AnalyzeOptions {
     QStringList tracks;  ///< Files and folders, as textOfBytes has them.
     host::Preferences preferences;
     bool json = false;
-    QString worker;  ///< Path of the executable.
+    std::optional<std::chrono::seconds> wait;  ///< For a device that is not found or does not answer.
+    QString worker;                            ///< Path of the executable.
     BatchOptions batch;
 };
 

@@ -1,4 +1,4 @@
-// tunesift: analyses tracks through worker processes and prints what they find; lists devices.
+// tunesift: analyses tracks through worker processes and prints what they find; lists devices; shares files.
 
 #include "cli/analyzeVerb.h"
 #include "cli/check/checkVerb.h"
@@ -10,6 +10,7 @@
 #include "cli/picture/exportVerb.h"
 #include "cli/picture/plotVerb.h"
 #include "cli/rows/pathText.h"
+#include "cli/share/shareVerb.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -34,6 +35,7 @@ const QString& generalHelp()
                        "  export      Writes the wave of a track for other programs.\n"
                        "  merge       Joins the results of several runs and checks them.\n"
                        "  devices     Lists the devices of the network as they come and go.\n"
+                       "  share       Shares a directory with the other devices of the network.\n"
                        "  doctor      Shows versions and what the machine lacks, and tests itself.\n"
                        "\n"
                        "Options:\n"
@@ -59,6 +61,8 @@ int run(const QStringList& arguments)
         return mergeVerb(arguments.mid(1));
     if (verb == QLatin1String("devices"))
         return devicesVerb(arguments.mid(1));
+    if (verb == QLatin1String("share"))
+        return shareVerb(arguments.mid(1));
     if (verb == QLatin1String("-h") || verb == QLatin1String("--help")) {
         print(generalHelp());
         return kAllWell;
@@ -90,6 +94,8 @@ std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv, const 
 
 int main(int argc, char** argv)
 {
+    // Qt's own event loop instead of GLib's: nothing here needs the latter, and each turn of it costs more.
+    qputenv("QT_NO_GLIB", "1");
     // Paths are UTF-8 for the worker, so they are for us, whatever the locale says.
     // Qt's own event loop instead of GLib's: each turn of it costs less.
     qputenv("QT_NO_GLIB", "1");

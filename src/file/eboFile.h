@@ -77,4 +77,8 @@ public:
 
     /// The unit, in bytes, in which this file is best read and written.
     [[nodiscard]] virtual unsigned int blockSize() const = 0;
+
+    /// Whether a read gave less, or other bytes, than the file has because the device on which it lies has
+    /// gone. Stays true from then on.
+    [[nodiscard]] virtual bool hasLostData() const { return false; }
 };

@@ -13,8 +13,11 @@
 
 ebo::refptr<eboFile> eboFileFactory::open(const char* path, int options)
 {
+    FileAccess access;
+    access.links = (options & kWithoutLinks) != 0 ? LinkPolicy::kRefuse : LinkPolicy::kFollow;
+    access.unbuffered = (options & kUnbuffered) != 0;
     const ebo::refptr<eboFile> file =
-        ebo::makeRef<eboStdFile>(QByteArray(path), masterLockOf(path)->createLock());
+        ebo::makeRef<eboStdFile>(QByteArray(path), masterLockOf(path)->createLock(), access);
     return cacheEnabler_ && (options & kCached) != 0 ? cached(file) : file;
 }
 

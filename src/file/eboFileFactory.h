@@ -17,6 +17,12 @@ public:
     /// Bit of the options of `open`: ask for a cached file.
     static constexpr int kCached = 1;
 
+    /// Bit of the options of `open`: the file does nothing through a symbolic link, see LinkPolicy.
+    static constexpr int kWithoutLinks = 2;
+
+    /// Bit of the options of `open`: the file reads nothing ahead, see FileAccess.
+    static constexpr int kUnbuffered = 4;
+
     /// A file object for the path, closed. Whether there is such a file is found out by opening it. All file
     /// objects that one factory makes for one path share one group of locks.
     [[nodiscard]] virtual ebo::refptr<eboFile> open(const char* path, int options);

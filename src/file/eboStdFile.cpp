@@ -8,8 +8,8 @@ constexpr unsigned int kSectorBytes = 512;
 
 }  // namespace
 
-eboStdFile::eboStdFile(QByteArray path, std::shared_ptr<eboFileLock> fileLock)
-    : private_(std::move(path), std::move(fileLock))
+eboStdFile::eboStdFile(QByteArray path, std::shared_ptr<eboFileLock> fileLock, FileAccess access)
+    : private_(std::move(path), std::move(fileLock), access)
 {}
 
 const char* eboStdFile::filePath() const { return private_.path().constData(); }
@@ -29,7 +29,7 @@ void eboStdFile::close()
 ebo::refptr<eboFile> eboStdFile::clone()
 {
     const std::lock_guard guard(mutex_);
-    return ebo::makeRef<eboStdFile>(private_.path(), private_.createSiblingLock());
+    return ebo::makeRef<eboStdFile>(private_.path(), private_.createSiblingLock(), private_.access());
 }
 
 std::int64_t eboStdFile::read(void* buffer, std::int64_t size)

@@ -14,7 +14,7 @@ class eboStdFile : public eboFile {
 public:
     /// Made by eboFileFactory; closed at first.
     /// @param fileLock this object's member in the group of the path's locks; null for no locking
-    eboStdFile(QByteArray path, std::shared_ptr<eboFileLock> fileLock);
+    eboStdFile(QByteArray path, std::shared_ptr<eboFileLock> fileLock, FileAccess access = {});
 
     [[nodiscard]] const char* filePath() const override;
     bool open(int flags) override;

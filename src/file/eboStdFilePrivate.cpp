@@ -3,6 +3,7 @@
 #include "file/eboFile.h"
 #include "file/eboFileMasterLock.h"
 #include "file/openRegularFile.h"
+#include "file/withoutLinks.h"
 #include "runtime/logCategories.h"
 
 #include <unistd.h>
@@ -33,8 +34,9 @@ QIODevice::OpenMode deviceMode(int flags)
 
 }  // namespace
 
-eboStdFilePrivate::eboStdFilePrivate(QByteArray path, std::shared_ptr<eboFileLock> fileLock)
-    : path_(std::move(path)), fileLock_(std::move(fileLock))
+eboStdFilePrivate::eboStdFilePrivate(QByteArray path, std::shared_ptr<eboFileLock> fileLock,
+                                     FileAccess access)
+    : path_(std::move(path)), fileLock_(std::move(fileLock)), access_(access)
 {}
 
 eboStdFilePrivate::~eboStdFilePrivate()
@@ -55,7 +57,10 @@ bool eboStdFilePrivate::open(int flags)
     if (device_.isOpen())
         return refuse(QStringLiteral("The file is open already"));
 
-    const RegularFile file = openRegularFile(path_.constData(), deviceMode(flags));
+    QIODevice::OpenMode mode = deviceMode(flags);
+    if (access_.unbuffered)
+        mode |= QIODevice::Unbuffered;
+    const RegularFile file = openRegularFile(path_.constData(), mode, access_.links);
     if (file.descriptor < 0)
         return refuse(file.error);
     if (!device_.open(file.descriptor, file.mode, QFileDevice::AutoCloseHandle)) {
@@ -140,7 +145,20 @@ bool eboStdFilePrivate::truncate(std::int64_t newSize)
 {
     if (newSize < 0)
         return false;
-    return device_.isOpen() ? device_.resize(newSize) : ::truncate(path_.constData(), newSize) == 0;
+    return device_.isOpen() ? device_.resize(newSize) : truncateClosed(newSize);
+}
+
+bool eboStdFilePrivate::truncateClosed(std::int64_t newSize) const
+{
+    if (access_.links == LinkPolicy::kFollow)
+        return ::truncate(path_.constData(), newSize) == 0;
+    const RegularFile file =
+        openRegularFile(path_.constData(), QIODevice::ReadWrite | QIODevice::ExistingOnly, access_.links);
+    if (file.descriptor < 0)
+        return false;
+    const bool done = ::ftruncate(file.descriptor, newSize) == 0;
+    ::close(file.descriptor);
+    return done;
 }
 
 int eboStdFilePrivate::deleteFile()
@@ -148,7 +166,9 @@ int eboStdFilePrivate::deleteFile()
     if (device_.isOpen())
         device_.close();
     dirty_ = false;
-    return ::unlink(path_.constData()) == 0 ? 0 : -1;
+    const int result = access_.links == LinkPolicy::kFollow ? ::unlink(path_.constData())
+                                                            : unlinkWithoutLinks(path_.constData());
+    return result == 0 ? 0 : -1;
 }
 
 eboFileLock::LockResult eboStdFilePrivate::lock(eboFileLock::Level level)

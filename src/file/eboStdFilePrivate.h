@@ -1,5 +1,6 @@
 #pragma once
 
+#include "file/FileAccess.h"
 #include "file/eboFileLock.h"
 
 #include <QByteArray>
@@ -13,7 +14,7 @@
 class eboStdFilePrivate {
 public:
     /// @param fileLock this file's member in the group of its path; null for a file without locking
-    eboStdFilePrivate(QByteArray path, std::shared_ptr<eboFileLock> fileLock);
+    eboStdFilePrivate(QByteArray path, std::shared_ptr<eboFileLock> fileLock, FileAccess access);
 
     /// Closes, then leaves the group of locks.
     ~eboStdFilePrivate();
@@ -22,6 +23,7 @@ public:
     eboStdFilePrivate& operator=(const eboStdFilePrivate&) = delete;
 
     [[nodiscard]] const QByteArray& path() const { return path_; }
+    [[nodiscard]] FileAccess access() const { return access_; }
     bool open(int flags);
     void close();
     std::int64_t read(void* buffer, std::int64_t size);
@@ -44,10 +46,12 @@ public:
 
 private:
     [[nodiscard]] QString name() const { return QString::fromUtf8(path_); }
+    [[nodiscard]] bool truncateClosed(std::int64_t newSize) const;
     void syncBeforeClose();
 
     QFile device_;
     const QByteArray path_;
     const std::shared_ptr<eboFileLock> fileLock_;
+    const FileAccess access_;
     bool dirty_ = false;
 };

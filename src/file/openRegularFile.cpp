@@ -1,5 +1,7 @@
 #include "file/openRegularFile.h"
 
+#include "file/withoutLinks.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -26,8 +28,10 @@ int systemFlags(QIODevice::OpenMode mode)
 {
     const bool writes = mode.testFlag(QIODevice::WriteOnly);
     int flags = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    if (writes && !mode.testFlag(QIODevice::ExistingOnly))
+        flags |= O_CREAT;
     if (writes)
-        flags |= O_CREAT | (mode.testFlag(QIODevice::ReadOnly) ? O_RDWR : O_WRONLY);
+        flags |= mode.testFlag(QIODevice::ReadOnly) ? O_RDWR : O_WRONLY;
     if (mode.testFlag(QIODevice::Append))
         flags |= O_APPEND;
     if (mode.testFlag(QIODevice::Truncate))
@@ -37,7 +41,7 @@ int systemFlags(QIODevice::OpenMode mode)
 
 }  // namespace
 
-RegularFile openRegularFile(const char* path, QIODevice::OpenMode mode)
+RegularFile openRegularFile(const char* path, QIODevice::OpenMode mode, LinkPolicy links)
 {
     RegularFile result;
     result.mode = withImplied(mode);
@@ -45,7 +49,9 @@ RegularFile openRegularFile(const char* path, QIODevice::OpenMode mode)
         result.error = QStringLiteral("Neither reading nor writing was asked for");
         return result;
     }
-    const int descriptor = ::open(path, systemFlags(result.mode), kNewFileMode);
+    const int flags = systemFlags(result.mode);
+    const int descriptor = links == LinkPolicy::kFollow ? ::open(path, flags, kNewFileMode)
+                                                        : openWithoutLinks(path, flags, kNewFileMode);
     if (descriptor < 0) {
         result.error = errnoText();
         return result;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "file/LinkPolicy.h"
+
 #include <QIODevice>
 #include <QString>
 
@@ -12,5 +14,7 @@ struct RegularFile {
 
 /// Opens a regular file by the bytes of its path as they are, whatever the process's locale. Anything else (a
 /// directory, a pipe, a device) is refused, without waiting for somebody at its other end.
-/// A mode that writes creates the file; without reading and appending it empties it, as QFile does.
-[[nodiscard]] RegularFile openRegularFile(const char* path, QIODevice::OpenMode mode);
+/// A mode that writes creates the file, unless ExistingOnly is set; without reading and appending it empties
+/// it, as QFile does.
+[[nodiscard]] RegularFile openRegularFile(const char* path, QIODevice::OpenMode mode,
+                                          LinkPolicy links = LinkPolicy::kFollow);

@@ -25,6 +25,9 @@ public:
     /// Priming frames that the source tells of, 0 if it tells of none.
     [[nodiscard]] virtual int encoderDelay() const = 0;
 
+    /// Whether the file went away while it was read: what came since may end early or be no sound of it.
+    [[nodiscard]] virtual bool hasLostData() const { return false; }
+
     /// Audio streams in the file.
     [[nodiscard]] virtual std::uint32_t audioStreamCount() const = 0;
 

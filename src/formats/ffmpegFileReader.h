@@ -35,6 +35,7 @@ public:
     [[nodiscard]] std::uint32_t sampleRate() const override;
     /// For AAC 2112 if the first frame is stamped 0, for mp3 the frames to skip times -2, otherwise 0.
     [[nodiscard]] int encoderDelay() const override;
+    [[nodiscard]] bool hasLostData() const override { return file_->hasLostData(); }
     [[nodiscard]] std::uint32_t audioStreamCount() const override;
     void selectAudioStream(std::uint32_t index) override;
     [[nodiscard]] std::uint32_t length() const override;

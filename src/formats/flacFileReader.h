@@ -26,6 +26,7 @@ public:
     [[nodiscard]] std::uint32_t channelCount() const override { return channels_; }
     [[nodiscard]] std::uint32_t sampleRate() const override { return sampleRate_; }
     [[nodiscard]] int encoderDelay() const override { return 0; }
+    [[nodiscard]] bool hasLostData() const override { return file_->hasLostData(); }
     [[nodiscard]] std::uint32_t audioStreamCount() const override { return 1; }
     void selectAudioStream(std::uint32_t /*index*/) override {}
     [[nodiscard]] std::uint32_t length() const override;

@@ -17,4 +17,9 @@ QByteArray startPayload(const AnalysisRequest& request)
     return payload + request.path.toUtf8();
 }
 
+bool isNetPath(const QString& path)
+{
+    return path.startsWith(QLatin1String("net://")) || path.startsWith(QLatin1String("/net:/"));
+}
+
 }  // namespace tunesift::host

@@ -4,6 +4,9 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <chrono>
+#include <optional>
+
 namespace tunesift::host {
 
 /// How a track shall be analysed.
@@ -18,7 +21,14 @@ struct Preferences {
 struct AnalysisRequest {
     QString path;  ///< As the worker shall open it; relative paths start from its working directory, ours.
     Preferences preferences;
+
+    /// How long the worker may be without a word about it; empty for the session's own limit. A worker says
+    /// nothing while it looks for the device of a net path, or waits for one that has stopped answering.
+    std::optional<std::chrono::milliseconds> patience = {};
 };
+
+/// Whether a path names a file on another device; the worker goes by the same beginnings.
+[[nodiscard]] bool isNetPath(const QString& path);
 
 /// The payload of the start command.
 [[nodiscard]] QByteArray startPayload(const AnalysisRequest& request);

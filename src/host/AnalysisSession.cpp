@@ -65,8 +65,10 @@ void AnalysisSession::onWorkerConnected()
         return;
     worker_->sendStart(run_->request());
     sinceWord_.start();
-    silenceTimer_.start(settings_.silenceTimeout);
-    trackTimer_.start(settings_.trackTimeout.count() > 0 ? settings_.trackTimeout : kTrackTimeout);
+    silenceTimer_.start(allowedSilence());
+    const auto untilFound = run_->request().patience.value_or(std::chrono::milliseconds(0));
+    trackTimer_.start(settings_.trackTimeout.count() > 0 ? settings_.trackTimeout
+                                                         : kTrackTimeout + untilFound);
 }
 
 void AnalysisSession::onMessage(const Message& message)
@@ -107,13 +109,25 @@ void AnalysisSession::onWorkerFailed(const TrackError& error)
 
 void AnalysisSession::onSilence()
 {
-    const auto left = settings_.silenceTimeout - std::chrono::milliseconds(sinceWord_.elapsed());
+    const auto left = allowedSilence() - std::chrono::milliseconds(sinceWord_.elapsed());
     if (left.count() > 0) {
         silenceTimer_.start(left);
         return;
     }
+    const bool isRemote = isNetPath(run_->request().path);
+    const bool wasFound = run_->hasStarted();
     worker_->kill();
-    finish(TrackError{ErrorKind::kSilent, QStringLiteral("the worker fell silent")});
+    if (!isRemote)
+        finish(TrackError{ErrorKind::kSilent, QStringLiteral("the worker fell silent")});
+    else if (wasFound)
+        finish(TrackError{ErrorKind::kUnreachable, QStringLiteral("its device does not answer any more")});
+    else
+        finish(TrackError{ErrorKind::kUnreachable, QStringLiteral("its device was not found")});
+}
+
+std::chrono::milliseconds AnalysisSession::allowedSilence() const
+{
+    return run_->request().patience.value_or(settings_.silenceTimeout);
 }
 
 void AnalysisSession::onTrackTimeout()

@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QTimer>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -59,6 +60,7 @@ private:
     void onWorkerFailed(const TrackError& error);
     void onMessage(const Message& message);
     void onSilence();
+    [[nodiscard]] std::chrono::milliseconds allowedSilence() const;
     void onTrackTimeout();
     void allowFor(const TrackInfo& info);
     void finish(const std::optional<TrackError>& error);

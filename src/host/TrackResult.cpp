@@ -21,6 +21,8 @@ QString kindName(ErrorKind kind)
         return QStringLiteral("connection-lost");
     case ErrorKind::kSilent:
         return QStringLiteral("silent");
+    case ErrorKind::kUnreachable:
+        return QStringLiteral("unreachable");
     case ErrorKind::kTimedOut:
         return QStringLiteral("timed-out");
     case ErrorKind::kOutOfMemory:

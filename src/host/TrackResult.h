@@ -16,6 +16,7 @@ enum class ErrorKind {
     kWorkerCrashed,   ///< By a signal.
     kConnectionLost,  ///< The worker closed the connection and went on running.
     kSilent,          ///< Connected and running, but not a word any more.
+    kUnreachable,     ///< The same for a track on another device: it is not found, or does not answer.
     kTimedOut,        ///< The track took longer than it may.
     kOutOfMemory,     ///< The worker died for want of memory.
     kBadMessage,      ///< The worker sent what the protocol does not allow.

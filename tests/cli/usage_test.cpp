@@ -24,6 +24,9 @@ TEST(Usage, BadUsageEndsWithStatusTwoAndAHint)
                                    "analyze --min-bpm 2",
                                    "analyze --min-bpm 301",
                                    "analyze --min-bpm 58.5",
+                                   "analyze --wait 0",
+                                   "analyze --wait soon",
+                                   "analyze --wait",
                                    "analyze --json=yes",
                                    "analyze --worker",
                                    "analyze -j 0",
@@ -84,8 +87,8 @@ TEST(Usage, HelpOfAVerbNamesItsOptions)
     const std::string output = outcome.output.toStdString();
     EXPECT_THAT(output, StartsWith("Usage: tunesift analyze [options] [PATH...]\n"));
     for (const char* const option :
-         {"--json", "--min-bpm", "--no-key", "--worker", "--files-from", "--jobs", "--timeout", "--memory",
-          "--csv", "--output", "--resume", "--retry-failed", "--shard"})
+         {"--json", "--min-bpm", "--no-key", "--wait", "--worker", "--files-from", "--jobs", "--timeout",
+          "--memory", "--csv", "--output", "--resume", "--retry-failed", "--shard"})
         EXPECT_THAT(output, HasSubstr(option));
 }
 

@@ -235,6 +235,27 @@ TEST_F(AnalysisSessionTest, ChatterThatBelongsToNoRunIsSilence)
     expectFailure("never-starts", ErrorKind::kSilent);
 }
 
+TEST_F(AnalysisSessionTest, ADeviceThatIsNotFoundOrDoesNotAnswerIsUnreachable)
+{
+    const auto analyzeOnDevice = [this](const char* prefix, const char* track) {
+        AnalysisSession session(settings_);
+        AnalysisRequest request{QString::fromLatin1(prefix) + QLatin1String(track) + QStringLiteral(".wav"),
+                                {}};
+        request.patience = std::chrono::milliseconds(300);  // the session itself would wait for a minute
+        return analyzeTrack(session, request);
+    };
+    for (const char* prefix : {"net://0/music/", "/net:/0/music/"}) {
+        const TrackResult lost = analyzeOnDevice(prefix, "falls-silent");
+        ASSERT_TRUE(lost.error.has_value());
+        EXPECT_EQ(lost.error->kind, ErrorKind::kUnreachable);
+        EXPECT_EQ(lost.error->text, QStringLiteral("its device does not answer any more"));
+        const TrackResult unknown = analyzeOnDevice(prefix, "never-starts");
+        ASSERT_TRUE(unknown.error.has_value());
+        EXPECT_EQ(unknown.error->kind, ErrorKind::kUnreachable);
+        EXPECT_EQ(unknown.error->text, QStringLiteral("its device was not found"));
+    }
+}
+
 TEST_F(AnalysisSessionTest, WhatTheProtocolDoesNotAllowIsTold)
 {
     const testsupport::LogCapture log;

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <algorithm>
+
 namespace testsupport {
 namespace {
 
@@ -40,6 +42,13 @@ std::vector<std::string> LogCapture::texts() const
     for (const Entry& entry : entries())
         result.push_back(entry.text);
     return result;
+}
+
+bool LogCapture::contains(const std::string& part) const
+{
+    const std::lock_guard guard(mutex_);
+    return std::any_of(entries_.begin(), entries_.end(),
+                       [&part](const Entry& entry) { return entry.text.find(part) != std::string::npos; });
 }
 
 }  // namespace testsupport

@@ -27,6 +27,9 @@ public:
     /// The texts alone, in order.
     [[nodiscard]] std::vector<std::string> texts() const;
 
+    /// Whether some text has this part.
+    [[nodiscard]] bool contains(const std::string& part) const;
+
 private:
     static void handler(QtMsgType type, const QMessageLogContext& context, const QString& text);
 

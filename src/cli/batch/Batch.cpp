@@ -92,9 +92,17 @@ std::optional<host::PoolTrack> Batch::next()
         running_.emplace(place, facts.stamp);
         if (tracks_.size() == 1)
             bar_.begin(readablePath(track.path));
-        return host::PoolTrack{place, {*name, options_.preferences}};
+        return host::PoolTrack{place, requestFor(*name)};
     }
     return {};
+}
+
+host::AnalysisRequest Batch::requestFor(const QString& name) const
+{
+    host::AnalysisRequest request{name, options_.preferences};
+    if (options_.wait && host::isNetPath(name))
+        request.patience = *options_.wait;
+    return request;
 }
 
 TrackOutcome Batch::outcomeFor(qint64 place) const

@@ -34,6 +34,7 @@ private:
     void onFinished(qint64 place, const host::TrackResult& result);
     void report(TrackOutcome outcome, qint64 place);
     void end(int status);
+    [[nodiscard]] host::AnalysisRequest requestFor(const QString& name) const;
     [[nodiscard]] TrackOutcome outcomeFor(qint64 place) const;
     void clearProgress();
 

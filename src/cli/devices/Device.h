@@ -30,6 +30,7 @@ struct Device {
     int connections = 0;                ///< To its directory server, or from it to ours.
     std::optional<qint64> roundTripNs;  ///< Of the fastest connection; nothing until it has been measured.
     QList<Service> services;            ///< In the order of their ids.
+    QStringList mounts;                 ///< Names of the directories that it shares.
 
     bool operator==(const Device&) const = default;
 };

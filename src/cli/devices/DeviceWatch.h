@@ -1,7 +1,9 @@
 #pragma once
 
 #include "cli/devices/Device.h"
+#include "host/devices/MountListing.h"
 #include "network/exchange/AbstractNetwork.h"
+#include "network/nfs/eboNfs.h"
 #include "runtime/refptr.h"
 
 #include <QMap>
@@ -16,8 +18,8 @@ class DeviceWatch : public QObject {
     Q_OBJECT
 
 public:
-    /// @param network  outlives the watch; not started yet
-    explicit DeviceWatch(eboNetworkExchange::AbstractNetwork& network);
+    /// @param network, nfs  outlive the watch; devices that they know already appear, too
+    DeviceWatch(eboNetworkExchange::AbstractNetwork& network, eboNfs& nfs);
 
     /// In the order of their uuids.
     [[nodiscard]] QList<Device> devices() const;
@@ -35,12 +37,15 @@ private:
     struct Entry {
         HostRef host;
         Device device;
+        ebo::refptr<host::MountListing> mounts;  ///< Null so long as it shares nothing.
     };
 
     void onHostAdded(const HostRef& host);
     void onHostRemoved(const HostRef& host);
     void onHostChanged(const QUuid& uuid);
+    void lookForMounts(Entry& entry);
 
+    eboNfs& nfs_;
     QMap<QUuid, Entry> entries_;
 };
 

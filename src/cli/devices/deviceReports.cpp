@@ -10,7 +10,7 @@
 namespace tunesift::cli {
 namespace {
 
-constexpr std::size_t kColumns = 6;
+constexpr std::size_t kColumns = 7;
 constexpr int kLongestCell = 60;  // characters; a beacon may bring a name of many thousands
 using Row = std::array<QString, kColumns>;
 
@@ -43,6 +43,14 @@ QString services(const Device& device)
     return texts.join(QStringLiteral(", "));
 }
 
+QString mounts(const Device& device)
+{
+    QStringList names;
+    for (const QString& name : device.mounts)
+        names.append(harmless(name));
+    return names.join(QStringLiteral(", "));
+}
+
 Row rowOf(const Device& device)
 {
     return {orDash(harmless(device.name)),
@@ -50,6 +58,7 @@ Row rowOf(const Device& device)
             orDash(device.addresses.join(QStringLiteral(", "))),
             orDash(roundTrip(device)),
             orDash(services(device)),
+            orDash(mounts(device)),
             device.uuid.toString(QUuid::WithoutBraces)};
 }
 
@@ -73,7 +82,8 @@ QString deviceTable(const QList<Device>& devices)
     if (devices.isEmpty())
         return QStringLiteral("No other device yet.\n");
     QList<Row> rows{{QStringLiteral("NAME"), QStringLiteral("APPLICATION"), QStringLiteral("ADDRESSES"),
-                     QStringLiteral("ROUND TRIP"), QStringLiteral("SERVICES"), QStringLiteral("UUID")}};
+                     QStringLiteral("ROUND TRIP"), QStringLiteral("SERVICES"), QStringLiteral("SHARES"),
+                     QStringLiteral("UUID")}};
     for (const Device& device : devices)
         rows.append(rowOf(device));
 
@@ -111,6 +121,7 @@ QString deviceJson(const QString& event, const Device& device)
         {QStringLiteral("roundTripNs"),
          device.roundTripNs ? QJsonValue(*device.roundTripNs) : QJsonValue(QJsonValue::Null)},
         {QStringLiteral("services"), services},
+        {QStringLiteral("shares"), QJsonArray::fromStringList(device.mounts)},
     });
 }
 

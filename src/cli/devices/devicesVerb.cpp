@@ -6,9 +6,8 @@
 #include "cli/devices/deviceReports.h"
 #include "cli/exitStatus.h"
 #include "cli/output.h"
-#include "network/discovery/Discoverer.h"
 #include "network/discovery/discoveryPort.h"
-#include "network/exchange/Network.h"
+#include "network/nfs/FileSharing.h"
 #include "runtime/GarbageCollection.h"
 
 #include <QCoreApplication>
@@ -91,22 +90,18 @@ int list(const DevicesOptions& options)
     ebo::GarbageCollection collector;
     collector.start();
 
-    const auto discoverer = ebo::makeRef<eboDiscoverer::Discoverer>(
-        eboDiscoverer::Discoverer::Identity{QStringLiteral("Ebo Audio Works"), QStringLiteral("Tunesift"),
-                                            QStringLiteral("1.0.0"), QStringLiteral("Tunesift")});
-    // Nothing answers behind the service yet; devices connect those that both of them offer.
-    eboNetworkExchange::Network network(discoverer, {{QStringLiteral("FileTransfer"), false}});
-    const DeviceWatch watch(network);
+    FileSharing sharing;
+    sharing.bringUp(ebo::makeRef<eboNfsFileFactory>());
+    auto watch = std::make_unique<DeviceWatch>(*sharing.network(), *sharing.nfs());
     QTimer redraw;
     if (options.json)
-        reportJson(watch);
+        reportJson(*watch);
     else if (options.watch && isatty(STDOUT_FILENO) == 1)
-        reportTable(watch, redraw);
+        reportTable(*watch, redraw);
     else
-        reportLines(watch);
+        reportLines(*watch);
 
-    network.start();
-    announceSelf(options, discoverer->uuid(), network.directoryPort());
+    announceSelf(options, sharing.uuid(), sharing.network()->directoryPort());
     QTimer end;
     end.setSingleShot(true);
     QObject::connect(&end, &QTimer::timeout, [] { QCoreApplication::quit(); });
@@ -114,7 +109,8 @@ int list(const DevicesOptions& options)
         end.start(*options.seconds * 1000);
     if (outputIsGood())
         QCoreApplication::exec();
-    discoverer->stop();
+    watch.reset();
+    sharing.tearDown();
     const int signal = InterruptWatch::signalNumber();
     return signal == 0 ? kAllWell : kInterruptedBase + signal;
 }

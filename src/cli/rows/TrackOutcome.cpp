@@ -39,6 +39,8 @@ std::optional<Failure> failureOf(const QByteArray& path, const host::TrackResult
     case host::ErrorKind::kSilent:
     case host::ErrorKind::kTimedOut:
         return Failure{kTimeout, error.text};
+    case host::ErrorKind::kUnreachable:
+        return Failure{kUnreachable, error.text};
     case host::ErrorKind::kOutOfMemory:
         return Failure{kOutOfMemory, error.text};
     case host::ErrorKind::kStopped:

@@ -101,13 +101,17 @@ bool PacketStream::sendPacket(const QByteArray& packet)
     if (packet.size() >= kTooLargeToSend)
         qCCritical(ebo::log::packetStream) << "Invalidly large packet sent.";
 
-    std::array<char, sizeof(std::int32_t)> size{};
-    qToBigEndian(static_cast<std::int32_t>(packet.size()), size.data());
-    if (socket_->write(size.data(), size.size()) < static_cast<qint64>(size.size())) {
+    // In one piece: two would travel in two segments.
+    constexpr int kSizeBytes = sizeof(std::int32_t);
+    QByteArray framed(kSizeBytes, Qt::Uninitialized);
+    qToBigEndian(static_cast<std::int32_t>(packet.size()), framed.data());
+    framed += packet;
+    const qint64 taken = socket_->write(framed);
+    if (taken < kSizeBytes) {
         qCWarning(ebo::log::packetStream) << Q_FUNC_INFO << "Failed to send packet size";
         return false;
     }
-    if (!socket_ || socket_->write(packet) != packet.size()) {
+    if (taken != framed.size()) {
         qCWarning(ebo::log::packetStream) << Q_FUNC_INFO << "Failed to send packet";
         return false;
     }

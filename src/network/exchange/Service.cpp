@@ -19,6 +19,8 @@ namespace {
 
 using eboDiscoverer::sameAddress;
 
+constexpr qint64 kMostSentAtOnce = 16384;
+
 /// The way that a stream goes; nothing once it has lost its socket.
 std::optional<AddressPair> wayOf(const PacketStream& stream)
 {
@@ -243,31 +245,61 @@ bool Service::write(const QByteArray& data, bool blocking)
         return result;
     }
 
+    return send(data) == Way::kLowestPing;
+}
+
+bool Service::writePacketAtOnce(const QByteArray& data)
+{
+    if (isElsewhere())
+        return QMetaObject::invokeMethod(
+            this, [this, data] { writePacketAtOnce(data); }, Qt::QueuedConnection);
+    if (send(data) == Way::kNone)
+        return false;
+    // What has piled up is left to the event loop, which sends it in larger pieces.
+    for (const Stream& stream : streams()) {
+        QTcpSocket* const socket = stream->socket();
+        if (socket != nullptr && socket->bytesToWrite() <= kMostSentAtOnce)
+            socket->flush();
+    }
+    return true;
+}
+
+Service::Way Service::send(const QByteArray& data)
+{
     const ebo::refptr<Host> host = host_.promote();
     if (!host) {
         qCWarning(ebo::log::networkDirectory) << Q_FUNC_INFO << "failed because host no longer available";
-        return false;
+        return Way::kNone;
     }
     const AddressPair lowest = host->lowestPingWay();
     const QList<Stream> candidates = streams();
     if (candidates.isEmpty()) {
         qCWarning(ebo::log::networkDirectory) << Q_FUNC_INFO << "failed to write, no streams available";
-        return false;
+        return Way::kNone;
     }
     if (lowest.local.isNull() || lowest.remote.isNull()) {
         qCWarning(ebo::log::networkDirectory)
             << Q_FUNC_INFO << "failed because there is no lowest ping connection (Remote Id:" << host->uuid()
             << ")";
-        return false;
+        return Way::kNone;
     }
     for (const Stream& stream : candidates) {
         const auto way = wayOf(*stream);
         if (way && sameAddress(way->local, lowest.local) && sameAddress(way->remote, lowest.remote))
-            return stream->sendPacket(data);
+            return stream->sendPacket(data) ? Way::kLowestPing : Way::kNone;
     }
-    // It goes out all the same, but callers are told that it did not go by the way it should.
-    candidates.first()->sendPacket(data);
-    return false;
+    // It goes out all the same, but callers of writePacket are told that it did not go by the way it should.
+    return candidates.first()->sendPacket(data) ? Way::kAnother : Way::kNone;
+}
+
+qint64 Service::unsentBytes() const
+{
+    qint64 most = 0;
+    for (const Stream& stream : streams()) {
+        if (const QTcpSocket* const socket = stream->socket())
+            most = std::max(most, socket->bytesToWrite());
+    }
+    return most;
 }
 
 }  // namespace eboNetworkExchange

@@ -73,6 +73,15 @@ public Q_SLOTS:
     /// The same without waiting, when called on another thread.
     void writePacketNonBlocking(const QByteArray& data);
 
+    /// Hands a packet to a stream and has it sent in this turn of the event loop rather than the next: for short
+    /// questions and answers that somebody waits for. Any thread; on another one it is queued, and the answer
+    /// is true.
+    /// @return whether a stream took it, whichever that was
+    bool writePacketAtOnce(const QByteArray& data);
+
+    /// Bytes that the fullest stream has taken and not yet sent. Network thread.
+    [[nodiscard]] qint64 unsentBytes() const;
+
     void socketDisconnected(PacketStream* stream);
 
     /// The device has lost an address: the first stream to it goes.
@@ -86,11 +95,14 @@ Q_SIGNALS:
     void bytesWritten(qint64 bytes);
 
 private Q_SLOTS:
-    bool write(const QByteArray& data, bool blocking);
     void onSocketConnected();
     void onSocketError(QAbstractSocket::SocketError socketError);
 
 private:
+    enum class Way { kNone, kAnother, kLowestPing };
+
+    bool write(const QByteArray& data, bool blocking);
+    Way send(const QByteArray& data);
     [[nodiscard]] bool isElsewhere() const;
     [[nodiscard]] QList<Stream> streams() const;
     [[nodiscard]] QList<ExistingConnection> connections() const;
