@@ -10,7 +10,7 @@ _tunesift()
         return
     fi
     case $previous in
-        --min-bpm | -j | --jobs | --timeout | --memory | --shard | --from | --to | --width | --height | --for | --wait | --name | -discoPort)
+        --min-bpm | --wait | --name | -j | --jobs | --timeout | --memory | --shard | --from | --to | --width | --height | --for | -discoPort)
             return ;;
         -o | --output | --files-from | --waveform | --worker)
             mapfile -t COMPREPLY < <(compgen -f -- "$current")

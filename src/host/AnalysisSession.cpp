@@ -65,7 +65,7 @@ void AnalysisSession::onWorkerConnected()
         return;
     worker_->sendStart(run_->request());
     sinceWord_.start();
-    silenceTimer_.start(silenceLimit());
+    silenceTimer_.start(allowedSilence());
     const auto untilFound = run_->request().patience.value_or(std::chrono::milliseconds(0));
     trackTimer_.start(settings_.trackTimeout.count() > 0 ? settings_.trackTimeout
                                                          : kTrackTimeout + untilFound);
@@ -109,7 +109,7 @@ void AnalysisSession::onWorkerFailed(const TrackError& error)
 
 void AnalysisSession::onSilence()
 {
-    const auto left = silenceLimit() - std::chrono::milliseconds(sinceWord_.elapsed());
+    const auto left = allowedSilence() - std::chrono::milliseconds(sinceWord_.elapsed());
     if (left.count() > 0) {
         silenceTimer_.start(left);
         return;
@@ -125,7 +125,7 @@ void AnalysisSession::onSilence()
         finish(TrackError{ErrorKind::kUnreachable, QStringLiteral("its device was not found")});
 }
 
-std::chrono::milliseconds AnalysisSession::silenceLimit() const
+std::chrono::milliseconds AnalysisSession::allowedSilence() const
 {
     return run_->request().patience.value_or(settings_.silenceTimeout);
 }

@@ -60,7 +60,7 @@ private:
     void onWorkerFailed(const TrackError& error);
     void onMessage(const Message& message);
     void onSilence();
-    [[nodiscard]] std::chrono::milliseconds silenceLimit() const;
+    [[nodiscard]] std::chrono::milliseconds allowedSilence() const;
     void onTrackTimeout();
     void allowFor(const TrackInfo& info);
     void finish(const std::optional<TrackError>& error);
