@@ -9,4 +9,5 @@ cmake --build --preset release --target tunesift_bench make_track read_track tun
 build/bin/tunesift_bench --benchmark_counters_tabular=true
 python3 bench/whole_process.py build/bin
 python3 bench/decoders.py build/bin
+[ "$(id -u)" -ne 0 ] || python3 bench/remote.py build/bin  # namespaces need root
 python3 bench/library.py build/bin
