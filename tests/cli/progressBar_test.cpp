@@ -56,7 +56,7 @@ TEST(ProgressBar, OfManyTracksCountsThem)
     EXPECT_THAT(written, HasSubstr("\r[....."));
     EXPECT_THAT(written, HasSubstr("1 of 4"));
     EXPECT_THAT(written, HasSubstr(" left\x1b[K"));
-    EXPECT_THAT(written, HasSubstr("\r\x1b[Ktunesift: 4 tracks: 3 analysed, 1 failed; 0:30 of music in 0:0"));
+    EXPECT_THAT(written, HasSubstr("\r\x1b[Ktunesift: 4 tracks: 3 analysed, 1 failed; 0:30 of music in "));
 }
 
 TEST(Table, IsWhatATerminalShowsOfManyTracks)
