@@ -9,6 +9,8 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include <QString>
+
 #include <atomic>
 #include <cstdint>
 #include <list>

@@ -203,7 +203,7 @@ void eboNfs::makeEverythingUnavailable()
         }
         // A file whose number has been dropped may still be waited for.
         for (auto& file : liveOnes(files_))
-            ending.push_back(std::move(file));
+            ending.emplace_back(std::move(file));
     }
     for (const auto& object : ending)
         object->setIsUnavailable();
@@ -261,13 +261,15 @@ void eboNfs::onMessageReceived(eboNfsHost* host, const Message& message)
         if (rootDirectory_->processRequest(message, host))
             triggerProcessing();
     } else if (eboNfsMessages::isAnswer(message.type)) {
-        passAnswer(message);
-        if (message.type == eboNfsMessages::eObjectUnavailable)
+        const bool mayAnswer = passAnswer(host, message);
+        if (mayAnswer && message.type == eboNfsMessages::eObjectUnavailable)
             dropObject(message.objectId);
     }
 }
 
-void eboNfs::passAnswer(const Message& message)
+/// @return false if the object is another device's: numbers are easily guessed, and nobody is to answer in
+/// the name of others
+bool eboNfs::passAnswer(const eboNfsHost* host, const Message& message)
 {
     using namespace eboNfsMessages;
     ebo::refptr<eboNfsObject> object;
@@ -284,7 +286,7 @@ void eboNfs::passAnswer(const Message& message)
             else if (message.type == eDirectoryInfo)
                 qCWarning(ebo::log::fileTransfer)
                     << "Received directory info for unknown object" << message.objectId;
-            return;
+            return true;
         }
         object = entry.value().promote();
         if (!object) {
@@ -296,18 +298,24 @@ void eboNfs::passAnswer(const Message& message)
                 qCWarning(ebo::log::fileTransfer)
                     << "Received directory info for NO LONGER AVAILABLE object id" << message.objectId;
             objects_.erase(entry);
-            return;
+            return true;
         }
         if (object->isUnavailable()) {
             qCDebug(ebo::log::fileTransfer) << "Received message for unavailable object?!";
             objects_.erase(entry);
-            return;
+            return true;
         }
+    }
+    if (object->host().get() != host) {
+        qCWarning(ebo::log::fileTransfer)
+            << "Received an answer for an object of another host:" << message.objectId;
+        return false;
     }
     if (message.type == eDirectoryContents)
         qCDebug(ebo::log::fileTransferDetailed)
             << "received directory content message for AVAILABLE object id:" << message.objectId;
     object->messageReceived(message);
+    return true;
 }
 
 void eboNfs::dropObject(std::uint32_t objectId)
@@ -319,11 +327,11 @@ void eboNfs::dropObject(std::uint32_t objectId)
             dropped.push_back(std::move(object));
         for (auto& directory : takeNumbered(directories_, objectId)) {
             infos_.remove(directory->url());
-            dropped.push_back(std::move(directory));
+            dropped.emplace_back(std::move(directory));
         }
         for (auto& file : takeNumbered(files_, objectId)) {
             infos_.remove(file->url());
-            dropped.push_back(std::move(file));
+            dropped.emplace_back(std::move(file));
         }
     }
     for (const auto& object : dropped)

@@ -116,7 +116,7 @@ private:
 
     void start();
     void sendDeviceName(eboNfsHost& host);
-    void passAnswer(const eboNfsMessages::Message& message);
+    bool passAnswer(const eboNfsHost* host, const eboNfsMessages::Message& message);
     void dropObject(std::uint32_t objectId);
 
     const ebo::refptr<eboNetworkExchange::AbstractNetwork> network_;

@@ -70,6 +70,6 @@ bool eboNfsFileFactory::fileExists(const char* path, int mode)
 
 int eboNfsFileFactory::deleteFile(const ebo::refptr<eboFile>& file)
 {
-    const ebo::refptr<eboFile> held = file;  // also if the caller's reference goes meanwhile
-    return eboFileFactory::deleteFile(held);
+    // By a reference of its own: the caller's may go meanwhile.
+    return eboFileFactory::deleteFile(ebo::refptr<eboFile>(file));
 }

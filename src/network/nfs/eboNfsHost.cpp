@@ -157,7 +157,8 @@ void eboNfsHost::readPacket(const QByteArray& packet)
     QByteArray bytes = packet;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
-    while (!buffer.atEnd()) {
+    // A message may make the device go: then nobody is left whom the rest could be answered.
+    while (!buffer.atEnd() && !isRemoved()) {
         const Message message = eboNfsMessages::readMessage(&buffer);
         qCDebug(ebo::log::fileTransferDetailed) << "Data received from" << uuid_ << message;
         if (message.type == eboNfsMessages::eDeviceInfo)

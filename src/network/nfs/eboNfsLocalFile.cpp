@@ -4,6 +4,7 @@
 #include "network/nfs/eboNfsLocalFileRemote.h"
 #include "runtime/logCategories.h"
 
+#include <QFileInfo>
 #include <QThread>
 
 #include <algorithm>
@@ -12,9 +13,9 @@
 using eboNfsMessages::Message;
 
 eboNfsLocalFile::eboNfsLocalFile(QUrl url, ebo::weakptr<eboNfs> nfs, ebo::weakptr<eboFileFactory> fileFactory,
-                                 SharingPolicy policy)
+                                 SharingPolicy policy, Backlogs backlogs)
     : url_(std::move(url)), localPath_(url_.toLocalFile()), nfs_(std::move(nfs)),
-      fileFactory_(std::move(fileFactory)), policy_(policy)
+      fileFactory_(std::move(fileFactory)), policy_(policy), backlogs_(std::move(backlogs))
 {}
 
 eboNfsLocalFile::~eboNfsLocalFile() { tellGone(); }
@@ -40,21 +41,35 @@ void eboNfsLocalFile::addRemote(const ebo::refptr<eboNfsHost>& host, unsigned in
     const auto factory = fileFactory_.promote();
     if (!factory)
         return;
-    const int options = eboFileFactory::kUnbuffered | (policy_.confined ? eboFileFactory::kWithoutLinks : 0);
-    const ebo::refptr<eboFile> file = factory->open(localPath_.toUtf8().constData(), options);
+    const bool canBeOpened = this->canBeOpened();
+    const ebo::refptr<eboFile> file = makeFile(canBeOpened ? factory : ebo::makeRef<eboFileFactory>());
     constexpr int kReading = eboFile::OpenBinary | eboFile::OpenRead;
-    const bool isOpen =
-        (!policy_.readOnly && file->open(kReading | eboFile::OpenWrite)) || file->open(kReading);
+    const bool isOpen = canBeOpened && ((!policy_.readOnly && file->open(kReading | eboFile::OpenWrite)) ||
+                                        file->open(kReading));
     if (!isOpen)
         qCWarning(ebo::log::fileTransfer) << "failed to open file:" << localPath_;
 
-    const auto remote =
-        std::make_shared<eboNfsLocalFileRemote>(host, objectId, file, localPath_, nfs_, policy_.readOnly);
+    const auto remote = std::make_shared<eboNfsLocalFileRemote>(host, objectId, file, localPath_, nfs_,
+                                                                policy_.readOnly, backlogs_);
     connect(host.get(), &eboNfsHost::bytesWritten, remote.get(), &eboNfsLocalFileRemote::onBytesWritten);
     remotes_.push_back(remote);
     remote->sendInfoAgain();
     if (isOpen)
         Q_EMIT opened(localPath_, host->uuid());
+}
+
+ebo::refptr<eboFile> eboNfsLocalFile::makeFile(const ebo::refptr<eboFileFactory>& factory) const
+{
+    const int options = eboFileFactory::kUnbuffered | (policy_.confined ? eboFileFactory::kWithoutLinks : 0);
+    return factory->open(localPath_.toUtf8().constData(), options);
+}
+
+/// Whether the file is there, or may be created. The process's factory keeps something for every path that it
+/// is asked for, so it is not asked for those that lead nowhere: a device can think up any number of them.
+bool eboNfsLocalFile::canBeOpened() const
+{
+    const QFileInfo info(localPath_);
+    return info.isFile() || (!policy_.readOnly && !info.exists() && QFileInfo(info.path()).isDir());
 }
 
 eboNfsLocalFile::RemoteRef eboNfsLocalFile::find(eboNfsHost* host, std::uint32_t objectId) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "file/eboFileFactory.h"
+#include "network/nfs/Backlog.h"
 #include "network/nfs/SharingPolicy.h"
 #include "network/nfs/eboNfsLocalObject.h"
 #include "network/nfs/eboSparseBitArray.h"
@@ -26,7 +27,7 @@ class eboNfsLocalFile : public eboNfsLocalObject {
 
 public:
     eboNfsLocalFile(QUrl url, ebo::weakptr<eboNfs> nfs, ebo::weakptr<eboFileFactory> fileFactory,
-                    SharingPolicy policy);
+                    SharingPolicy policy, Backlogs backlogs);
     ~eboNfsLocalFile() override;
 
     /// Opens the file for one more use, and tells the device what came of that, in a turn to come. A use that
@@ -58,6 +59,8 @@ Q_SIGNALS:
 private:
     using RemoteRef = std::shared_ptr<eboNfsLocalFileRemote>;
 
+    [[nodiscard]] bool canBeOpened() const;
+    [[nodiscard]] ebo::refptr<eboFile> makeFile(const ebo::refptr<eboFileFactory>& factory) const;
     [[nodiscard]] RemoteRef find(eboNfsHost* host, std::uint32_t objectId) const;
     void drop(const RemoteRef& remote);
     void dropIf(const std::function<bool(const RemoteRef&)>& isMeant);
@@ -68,5 +71,6 @@ private:
     const ebo::weakptr<eboNfs> nfs_;
     const ebo::weakptr<eboFileFactory> fileFactory_;
     const SharingPolicy policy_;
+    const Backlogs backlogs_;
     std::vector<RemoteRef> remotes_;
 };

@@ -33,10 +33,12 @@ std::uint64_t blocksOf(std::int64_t size)
 
 eboNfsLocalFileRemote::eboNfsLocalFileRemote(const ebo::refptr<eboNfsHost>& host, std::uint32_t objectId,
                                              ebo::refptr<eboFile> file, QString localPath,
-                                             ebo::weakptr<eboNfs> nfs, bool readOnly)
+                                             ebo::weakptr<eboNfs> nfs, bool readOnly,
+                                             const Backlogs& backlogs)
     : hostKey_(host.get()), host_(host), hostUuid_(host->uuid()), objectId_(objectId),
-      localPath_(std::move(localPath)), nfs_(std::move(nfs)), readOnly_(readOnly), file_(std::move(file)),
-      wasOpened_(file_->isReadable())
+      localPath_(std::move(localPath)), nfs_(std::move(nfs)), readOnly_(readOnly),
+      rangesWaiting_(backlogs.ranges), file_(std::move(file)), wasOpened_(file_->isReadable()),
+      writesWaiting_(backlogs.writes)
 {}
 
 eboNfsLocalFileRemote::~eboNfsLocalFileRemote() { close(); }
@@ -47,9 +49,16 @@ void eboNfsLocalFileRemote::close()
     file_->close();
     pendingBlocks_.clear();
     pendingWrites_.clear();
+    countWaiting();
     sendsInfo_ = false;
     if (const auto host = host_.promote())
         disconnect(host.get(), nullptr, this, nullptr);
+}
+
+void eboNfsLocalFileRemote::countWaiting()
+{
+    rangesWaiting_.set(pendingBlocks_.rangeCount());
+    writesWaiting_.set(static_cast<std::size_t>(pendingWrites_.size()));
 }
 
 void eboNfsLocalFileRemote::tellUnavailable() const
@@ -111,12 +120,14 @@ bool eboNfsLocalFileRemote::sendBlock()
     const auto block = pendingBlocks_.takeFirst();
     if (!block)
         return false;
+    countWaiting();
     Message message(eboNfsMessages::eFileData, objectId_);
     message.offset = static_cast<std::int64_t>(*block) * kBlockSize;
     if (!readBlock(*block, message.data))
         return false;
     if (!host->sendMessageNonBlocking(message)) {
         pendingBlocks_.set(*block);
+        countWaiting();
         isStalled_ = true;
         return false;
     }
@@ -188,7 +199,8 @@ bool eboNfsLocalFileRemote::onDataRequest(const Message& message)
     if (std::any_of(pendingWrites_.begin(), pendingWrites_.end(), isRequested))
         qCCritical(ebo::log::fileTransfer) << "Data request during write!";
 
-    if (pendingBlocks_.rangeCount() + ranges.size() > kMostPendingRanges) {
+    if (pendingBlocks_.rangeCount() + ranges.size() > kMostPendingRanges ||
+        !rangesWaiting_.hasRoomFor(ranges.size())) {
         qCWarning(ebo::log::fileTransfer) << "Too many blocks requested at once of:" << localPath_;
     } else {
         const std::uint64_t end = blocksOf(file_->size());
@@ -199,6 +211,7 @@ bool eboNfsLocalFileRemote::onDataRequest(const Message& message)
                 pendingBlocks_.set(Range{range.first, std::min({range.last, most, kLastBlock})});
         }
     }
+    countWaiting();
     QMetaObject::invokeMethod(this, &eboNfsLocalFileRemote::doProcess, Qt::QueuedConnection);
     return true;
 }
@@ -207,10 +220,11 @@ bool eboNfsLocalFileRemote::onWriteRequest(const Message& message)
 {
     if (message.offset % kBlockSize != 0)
         qFatal("Write request data offset was not aligned to block boundary");
-    if (pendingWrites_.size() < kMostPendingWrites)
+    if (pendingWrites_.size() < kMostPendingWrites && writesWaiting_.hasRoomFor(1))
         pendingWrites_.append({message.offset, message.data});
     else
         lostWrites_ = true;
+    countWaiting();
     return false;
 }
 
@@ -259,6 +273,7 @@ bool eboNfsLocalFileRemote::writePending()
         qCCritical(ebo::log::fileTransfer)
             << "Too much was written without a sync, nothing of it to:" << localPath_;
         pendingWrites_.clear();
+        countWaiting();
         isSyncing_ = false;
         return false;
     }
@@ -267,6 +282,7 @@ bool eboNfsLocalFileRemote::writePending()
             return false;
     }
     pendingWrites_.clear();
+    countWaiting();
     return true;
 }
 

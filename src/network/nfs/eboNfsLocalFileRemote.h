@@ -1,6 +1,7 @@
 #pragma once
 
 #include "file/eboFile.h"
+#include "network/nfs/Backlog.h"
 #include "network/nfs/Message.h"
 #include "network/nfs/eboNfsHost.h"
 #include "network/nfs/eboSparseBitArray.h"
@@ -36,9 +37,10 @@ public:
 
     /// @param file      opened already, if it could be
     /// @param readOnly  what would change the file fails
+    /// @param backlogs  of all uses; what waits for this one counts there
     eboNfsLocalFileRemote(const ebo::refptr<eboNfsHost>& host, std::uint32_t objectId,
                           ebo::refptr<eboFile> file, QString localPath, ebo::weakptr<eboNfs> nfs,
-                          bool readOnly);
+                          bool readOnly, const Backlogs& backlogs);
     ~eboNfsLocalFileRemote() override;
 
     [[nodiscard]] bool isOf(const eboNfsHost* host) const { return hostKey_ == host; }
@@ -96,6 +98,7 @@ private:
     bool onSyncRequest();
     bool onTruncateRequest(const eboNfsMessages::Message& message);
 
+    void countWaiting();
     [[nodiscard]] bool hasSentAll() const;
     bool writePending();
     bool write(const PendingWrite& record);
@@ -109,10 +112,12 @@ private:
     const bool readOnly_;
     eboSparseBitArray sentBlocks_;  // what the device was sent or wrote, and nobody has changed since
     eboSparseBitArray pendingBlocks_;
+    Backlog::Share rangesWaiting_;
     const ebo::refptr<eboFile> file_;
     const bool wasOpened_;
     bool sendsInfo_ = true;
     QList<PendingWrite> pendingWrites_;
+    Backlog::Share writesWaiting_;
     bool lostWrites_ = false;
     bool isSyncing_ = false;     // notices of changes are of this use's own
     bool isStalled_ = false;     // the connection refused a block

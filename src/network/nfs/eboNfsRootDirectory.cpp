@@ -109,7 +109,7 @@ void eboNfsRootDirectory::unmountDirectory(const QUrl& url)
 
 bool eboNfsRootDirectory::processRequest(const Message& message, eboNfsHost* host)
 {
-    if (host == nullptr)
+    if (host == nullptr || host->isRemoved())
         return false;
     if (host->unsentBytes() > servingLimits::kMostUnreadBytes && !isRelease(message.type)) {
         qCWarning(ebo::log::directoryRoot) << "No answer for a host that reads none:" << host->uuid();
@@ -166,7 +166,7 @@ bool eboNfsRootDirectory::openDirectory(const Message& request, eboNfsHost& host
     }
     ebo::refptr<eboNfsLocalDirectory> directory(this);
     if (!url.isEmpty())
-        directory = findOrMakeDirectory(url);
+        directory = findOrMakeDirectory(url, request);
     if (!enter(host, request.objectId, directory.get())) {
         host.sendMessage(answer);
         return false;
@@ -190,11 +190,13 @@ bool eboNfsRootDirectory::openDirectory(const Message& request, eboNfsHost& host
     return true;
 }
 
-ebo::refptr<eboNfsSubDirectory> eboNfsRootDirectory::findOrMakeDirectory(const QUrl& url)
+ebo::refptr<eboNfsSubDirectory> eboNfsRootDirectory::findOrMakeDirectory(const QUrl& url,
+                                                                         const Message& request)
 {
     auto known = directories_.value(url);
     if (known) {
-        qCDebug(ebo::log::directoryRoot) << Q_FUNC_INFO << "path:" << url << "list didn't change";
+        qCDebug(ebo::log::directoryRoot) << Q_FUNC_INFO << "object id:" << request.objectId
+                                         << "path:" << request.path << "list didn't change";
         return known;
     }
     dropIdle();
@@ -237,7 +239,7 @@ ebo::refptr<eboNfsLocalFile> eboNfsRootDirectory::findOrMakeFile(const QUrl& url
     if (file)
         return file;
     dropIdle();
-    file = ebo::makeRef<eboNfsLocalFile>(url, nfs_, fileFactory_, paths_.policy());
+    file = ebo::makeRef<eboNfsLocalFile>(url, nfs_, fileFactory_, paths_.policy(), backlogs_);
     connect(file.get(), &eboNfsLocalFile::opened, this, &eboNfsRootDirectory::fileOpened);
     connect(file.get(), &eboNfsLocalFile::released, this, &eboNfsRootDirectory::fileReleased);
     const std::lock_guard guard(rootMutex_);

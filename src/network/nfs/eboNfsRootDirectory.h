@@ -1,6 +1,7 @@
 #pragma once
 
 #include "file/eboFileFactory.h"
+#include "network/nfs/Backlog.h"
 #include "network/nfs/ServedPaths.h"
 #include "network/nfs/SharingPolicy.h"
 #include "network/nfs/eboNfsLocalDirectory.h"
@@ -89,7 +90,8 @@ private:
     bool openFile(const Message& request, eboNfsHost& host);
     bool passToObject(const Message& request, eboNfsHost& host);
 
-    [[nodiscard]] ebo::refptr<eboNfsSubDirectory> findOrMakeDirectory(const QUrl& url);
+    [[nodiscard]] ebo::refptr<eboNfsSubDirectory> findOrMakeDirectory(const QUrl& url,
+                                                                      const Message& request);
     [[nodiscard]] ebo::refptr<eboNfsLocalFile> findOrMakeFile(const QUrl& url);
     bool enter(eboNfsHost& host, std::uint32_t objectId, eboNfsLocalObject* object);
     void dropIdle();
@@ -101,6 +103,7 @@ private:
     QMap<eboNfsHost*, Objects> objects_;  // by the number that each device gave them
     bool directoriesChanged_ = false;     // since the last turn
     bool filesChanged_ = false;
+    const Backlogs backlogs_;
     const ebo::weakptr<eboNfs> nfs_;
     const ebo::weakptr<eboFileFactory> fileFactory_;
 };

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 
 using namespace nfstest;
 using namespace peer::nfs;
@@ -125,6 +126,35 @@ TEST_F(LocalFile, OnlySoManyRangesWaitAtATime)
     EXPECT_TRUE(hasText(log, "Too many blocks requested at once of:"));
 }
 
+TEST_F(LocalFile, RangesOfManyUsesWaitUpToALimitForAll)
+{
+    share();
+    put("song", block('a'));
+    const auto device = join();
+    const auto host = hostOf(*device);
+    constexpr std::uint32_t kUses = 17;
+    for (std::uint32_t object = 1; object <= kUses + 1; ++object)
+        open(*device, object, u"/music/song", kBlock);
+    const LogCapture log;
+    onNetworkThread([&] {
+        for (std::uint32_t object = 1; object <= kUses; ++object) {
+            Message request(eboNfsMessages::eFileDataRequest, object);
+            for (std::uint64_t i = 0; i < 65536; ++i)
+                request.requestedBlocks.set(2 * i + 100);
+            root().processRequest(request, host.get());
+        }
+        EXPECT_TRUE(hasText(log, "Too many blocks requested at once of:")) << "by the last of them";
+        root().processRequest(dataRequestOf(kUses + 1, 0, 0), host.get());
+        EXPECT_TRUE(root().processFiles());
+        for (std::uint32_t object = 1; object <= kUses; ++object)
+            root().processRequest({eboNfsMessages::eFileRelease, object}, host.get());
+    });
+    for (std::uint32_t object = 1; object < kUses; ++object)
+        EXPECT_EQ(device->peer.next(), fileData(object, 100 * kBlock, ""));
+    EXPECT_EQ(device->peer.next(), fileData(kUses + 1, 0, block('a'))) << "a few are always in order";
+    expectNothingMore(*device);
+}
+
 TEST_F(LocalFile, AFileThatIsRequestedAgainIsToldAgain)
 {
     share();
@@ -146,6 +176,57 @@ TEST_F(LocalFile, AMissingFileIsCreated)
     const auto device = join();
     open(*device, 3, u"/music/new", 0);
     EXPECT_TRUE(fs::exists(music() + "/new"));
+}
+
+/// Counts the paths that it is asked for.
+class CountingFactory : public eboFileFactory {
+public:
+    std::atomic<int> asked{0};
+
+    ebo::refptr<eboFile> open(const char* path, int options) override
+    {
+        ++asked;
+        return eboFileFactory::open(path, options);
+    }
+};
+
+class CountedFiles : public LocalFile {
+protected:
+    ebo::refptr<eboFileFactory> makeFactory() override { return counting_; }
+
+    const ebo::refptr<CountingFactory> counting_ = ebo::makeRef<CountingFactory>();
+};
+
+TEST_F(CountedFiles, PathsThatLeadNowhereLeaveNoTraceInTheFactory)
+{
+    share({.readOnly = true});
+    put("song", "12345");
+    fs::create_directory(music() + "/folder");
+    const auto device = join();
+    std::uint32_t object = 0;
+    for (const char16_t* path : {u"/music/none", u"/music/no/where", u"/music/song/x", u"/music/folder"}) {
+        device->peer.send(fileRequest(++object, path));
+        EXPECT_EQ(device->peer.next(), fileInfo(object, 0, 0));
+    }
+    EXPECT_EQ(counting_->asked, 0);
+    device->peer.send(truncateRequest(object, 7));
+    EXPECT_EQ(device->peer.next(), truncateResponse(object, false, 0));
+    device->peer.send(dataRequest(object, {{0, 0}}));
+    device->peer.send(fileRelease(object));
+    open(*device, ++object, u"/music/song", 5);
+    EXPECT_EQ(counting_->asked, 1);
+}
+
+TEST_F(CountedFiles, WhereAFileMayBeCreatedTheFactoryIsAsked)
+{
+    share();
+    const auto device = join();
+    device->peer.send(fileRequest(1, u"/music/no/where"));
+    EXPECT_EQ(device->peer.next(), fileInfo(1, 0, 0));
+    EXPECT_EQ(counting_->asked, 0);
+    open(*device, 2, u"/music/new", 0);
+    EXPECT_EQ(counting_->asked, 1);
+    EXPECT_EQ(content("new"), "");
 }
 
 TEST_F(LocalFile, EightReadersGetABlockEachInEveryTurn)

@@ -132,6 +132,43 @@ TEST_F(LocalFileWriting, WritesThatPileUpWithoutASyncAreDropped)
     EXPECT_EQ(content("song"), "abc45") << "after that it works again";
 }
 
+TEST_F(LocalFileWriting, WritesOfManyUsesPileUpToALimitForAll)
+{
+    share();
+    put("song", block('a'));
+    const auto device = join();
+    const auto host = hostOf(*device);
+    constexpr std::uint32_t kUses = 4;
+    for (std::uint32_t object = 1; object <= kUses; ++object)
+        open(*device, object, u"/music/song", kBlock);
+    const LogCapture log;
+    const auto writeTimes = [&](std::uint32_t object, int times) {
+        Message write(eboNfsMessages::eFileWriteRequest, object);
+        write.data = QByteArray(1, static_cast<char>('0' + object));
+        for (int i = 0; i < times; ++i)
+            root().processRequest(write, host.get());
+    };
+    const auto sync = [&](std::uint32_t object) {
+        return root().processRequest({eboNfsMessages::eFileSyncRequest, object}, host.get());
+    };
+    onNetworkThread([&] {
+        writeTimes(1, 65536);
+        writeTimes(2, 65536);  // with these, as many wait as may
+        writeTimes(3, 16);     // a few are always in order
+        writeTimes(4, 17);
+        EXPECT_TRUE(sync(3));
+        EXPECT_FALSE(sync(4));
+    });
+    EXPECT_TRUE(hasText(log, "Too much was written without a sync"));
+    EXPECT_EQ(content("song"), "3" + block('a', 4095));
+    onNetworkThread([&] {
+        root().processRequest({eboNfsMessages::eFileRelease, 1}, host.get());  // which makes room
+        writeTimes(4, 100);
+        EXPECT_TRUE(sync(4));
+    });
+    EXPECT_EQ(content("song"), "4" + block('a', 4095));
+}
+
 TEST_F(LocalFileWriting, ARequestForWhatIsBeingWrittenIsReportedAndServed)
 {
     share();

@@ -258,6 +258,25 @@ TEST_F(RootDirectory, UnmountingTakesAwayWhatIsUsed)
     expectNothingMore(*device);
 }
 
+TEST_F(RootDirectory, WhatADeviceAskedBeforeItWentIsNotServed)
+{
+    share();
+    put("song.mp3", "12345");
+    const auto device = join();
+    const auto host = hostOf(*device);
+    leave(*device);
+    onNetworkThread([&] {
+        eboNfsMessages::Message request(eboNfsMessages::eFileRequest, 3);
+        request.path = QStringLiteral("/music/song.mp3");
+        EXPECT_FALSE(root().processRequest(request, host.get()));
+        request.type = eboNfsMessages::eDirectoryRequest;
+        request.path = QStringLiteral("/");
+        EXPECT_FALSE(root().processRequest(request, host.get()));
+    });
+    EXPECT_FALSE(root().servedFile(urlOf(music() + "/song.mp3")));
+    EXPECT_EQ(root().listenerCount(), 0U);
+}
+
 TEST_F(RootDirectory, ADeviceThatHasGoneUsesNothingAnyMore)
 {
     share();

@@ -110,6 +110,86 @@ TEST_F(EboNfs, AnswersForNobodyChangeNothing)
     EXPECT_TRUE(log.contains("Received directory info for unknown object 998"));
 }
 
+TEST_F(EboNfs, AnswersForObjectsThatHaveGoneAreDropped)
+{
+    const testsupport::LogCapture log;
+    // The line about an object that is unavailable is for the curious.
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=true"));
+    const auto device = join();
+    auto ended = nfs()->getFile(urlOn(*device, "/ended"), false);
+    const auto unavailable = nfs()->getFile(urlOn(*device, "/unavailable"), false);
+    unavailable->setIsUnavailable();
+    const std::uint32_t endedId = ended->objectId();
+    ended.reset();
+    for (int i = 0; i < 2; ++i) {
+        device->peer.send(peer::nfs::directoryInfo(endedId, true, 0, 0));
+        device->peer.send(peer::nfs::fileInfo(unavailable->objectId(), 1));
+    }
+    const std::string number = std::to_string(unavailable->objectId());
+    EXPECT_TRUE(eventually([&] { return log.contains("Received file info for unknown object " + number); }))
+        << "the second time nobody knows it any more";
+    EXPECT_TRUE(log.contains("Received message for unavailable object?!"));
+    EXPECT_TRUE(
+        log.contains("Received directory info for NO LONGER AVAILABLE object id " + std::to_string(endedId)));
+    EXPECT_TRUE(log.contains("Received directory info for unknown object " + std::to_string(endedId)));
+    QLoggingCategory::setFilterRules(QString());
+    EXPECT_EQ(unavailable->size(), 0);
+}
+
+TEST_F(EboNfs, NobodyAnswersInTheNameOfAnother)
+{
+    const testsupport::LogCapture log;
+    const auto asked = join(1);
+    const auto other = join(2);
+    const auto file = nfs()->getFile(urlOn(*asked, "/a"), false);
+    other->peer.send(peer::nfs::fileInfo(file->objectId(), 666));
+    other->peer.send(peer::nfs::objectUnavailable(file->objectId()));
+    other->peer.send(peer::nfs::syncRequest(77));
+    EXPECT_EQ(other->peer.next(), peer::nfs::objectUnavailable(77)) << "what came before is done";
+    EXPECT_EQ(file->size(), 0);
+    EXPECT_EQ(file->status(), eboNfsFile::Status::Uninitialized);
+    EXPECT_FALSE(file->isUnavailable());
+    EXPECT_TRUE(log.contains("Received an answer for an object of another host:"));
+    asked->peer.send(peer::nfs::fileInfo(file->objectId(), 5));
+    EXPECT_TRUE(eventually([&] { return file->size() == 5; }));
+    EXPECT_EQ(nfs()->getFile(urlOn(*asked, "/a"), false), file);
+}
+
+TEST_F(EboNfs, WhatLiesBelowSomethingUnmountedIsUnavailable)
+{
+    const auto device = join();
+    const auto below = nfs()->getFile(urlOn(*device, "/music/a"), false);
+    const auto info = nfs()->getInfo(urlOn(*device, "/music/b"));
+    const auto beside = nfs()->getFile(urlOn(*device, "/other/a"), false);
+    onNetworkThread([&] { nfs()->onUnmountDirectoryFinished(urlOn(*device, "/music")); });
+    EXPECT_TRUE(below->isUnavailable());
+    EXPECT_TRUE(info->isUnavailable());
+    EXPECT_FALSE(beside->isUnavailable());
+    EXPECT_FALSE(nfs()->getFile(urlOn(*device, "/music/a"), false) == below);
+    EXPECT_FALSE(nfs()->getInfo(urlOn(*device, "/music/b")) == info);
+    EXPECT_EQ(nfs()->getFile(urlOn(*device, "/other/a"), false), beside);
+}
+
+TEST_F(EboNfs, ADeviceWithoutAnIdentityIsNotListed)
+{
+    const auto device = join();
+    ebo::refptr<eboNetworkExchange::Host> nobody;
+    onNetworkThread([&] {
+        auto discovered = ebo::makeRef<eboDiscoverer::Host>(QUuid(), QStringLiteral("nobody"), quint16{1},
+                                                            QStringLiteral("1"), QStringLiteral("Other"));
+        discovered->retire();
+        nobody = ebo::makeRef<eboNetworkExchange::Host>(discovered, QUuid::createUuid(),
+                                                        std::make_shared<eboNetworkExchange::ThreadCalls>());
+        nfs()->onHostAdded(nobody);
+    });
+    EXPECT_EQ(nfs()->hosts().size(), 2);
+    EXPECT_EQ(listed(), QStringList{device->uuid()});
+    onNetworkThread([&] {
+        nfs()->onHostRemoved(nobody);
+        nobody->shutDown();
+    });
+}
+
 TEST_F(EboNfs, ADeviceTellsItsName)
 {
     const auto device = join();
