@@ -30,7 +30,6 @@ void PeerFiles::take(PeerDevice& device, PeerDevice::Link link, const Bytes& pay
 {
     constexpr std::int32_t kFileRequest = 2004;
     constexpr std::int32_t kDataRequest = 2005;
-    constexpr std::int32_t kFileRelease = 2006;
     constexpr std::int32_t kLockRequest = 2009;
     auto message = nfs::received(payload);
     const User user{link, message.object};
@@ -40,11 +39,6 @@ void PeerFiles::take(PeerDevice& device, PeerDevice::Link link, const Bytes& pay
         onDataRequest(device, user, message.body.ranges());
     } else if (message.type == kLockRequest) {
         onLockRequest(device, user, static_cast<std::int32_t>(message.body.number(4)));
-    } else if (message.type == kFileRelease) {
-        const std::lock_guard lock(mutex_);
-        const auto entry = users_.find(user);
-        if (entry != users_.end())
-            ++entry->second->releases;
     }
 }
 
@@ -113,12 +107,6 @@ std::size_t PeerFiles::usersOf(const std::u16string& path) const
 {
     const std::lock_guard lock(mutex_);
     return files_.at(path).users;
-}
-
-std::size_t PeerFiles::releasesOf(const std::u16string& path) const
-{
-    const std::lock_guard lock(mutex_);
-    return files_.at(path).releases;
 }
 
 std::vector<PeerFiles::Clock::time_point> PeerFiles::requestsFor(const std::u16string& path,

@@ -59,7 +59,6 @@ public:
 
     /// Objects by which others have asked for the file: one for each time that one of them opened it.
     [[nodiscard]] std::size_t usersOf(const std::u16string& path) const;
-    [[nodiscard]] std::size_t releasesOf(const std::u16string& path) const;
 
     /// When the block was asked for, whoever asked.
     [[nodiscard]] std::vector<Clock::time_point> requestsFor(const std::u16string& path,
@@ -75,7 +74,6 @@ private:
         std::map<std::uint64_t, std::vector<Clock::time_point>> blockRequests;
         std::map<std::pair<User, std::uint64_t>, int> timesAsked;
         std::size_t users = 0;
-        std::size_t releases = 0;
     };
 
     void onFileRequest(peer::PeerDevice& device, const User& user, const std::u16string& path);
