@@ -6,7 +6,7 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 find_package(Threads REQUIRED)
-find_package(Qt5 5.15 REQUIRED COMPONENTS Core Network)
+find_package(Qt5 5.15 REQUIRED COMPONENTS Core Gui Network)
 find_package(Boost 1.74 REQUIRED COMPONENTS chrono thread system filesystem)
 
 find_package(PkgConfig REQUIRED)

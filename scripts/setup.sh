@@ -14,6 +14,7 @@ packages=(
     # tests and benchmarks
     libgtest-dev libgmock-dev libbenchmark-dev
     ffmpeg flac vorbis-tools python3 procps iproute2 nftables
+    lintian dpkg-dev parallel slurm-wlm              # the package; the recipes for many machines
 )
 
 missing=()

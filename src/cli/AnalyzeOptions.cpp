@@ -1,7 +1,8 @@
 #include "cli/AnalyzeOptions.h"
 
+#include "cli/programPath.h"
+
 #include <QCommandLineParser>
-#include <QCoreApplication>
 
 namespace tunesift::cli {
 namespace {
@@ -41,7 +42,7 @@ std::variant<AnalyzeOptions, HelpWanted, UsageError> parseAnalyzeOptions(const Q
     const QCommandLineOption worker(
         QStringLiteral("worker"),
         QStringLiteral("Runs the worker at PATH instead of the tunesift-worker beside tunesift."),
-        QStringLiteral("PATH"), QCoreApplication::applicationDirPath() + QStringLiteral("/tunesift-worker"));
+        QStringLiteral("PATH"), workerPath());
 
     const QCommandLineOption wait(
         QStringLiteral("wait"),

@@ -4,7 +4,7 @@
 #include "cli/DemoTrack.h"
 #include "cli/batch/Batch.h"
 #include "cli/batch/EarlierRows.h"
-#include "cli/batch/TrackList.h"
+#include "cli/batch/gatherTracks.h"
 #include "cli/exitStatus.h"
 #include "cli/output.h"
 #include "cli/rows/RowFile.h"
@@ -17,23 +17,6 @@
 
 namespace tunesift::cli {
 namespace {
-
-/// Everything that was named; nothing, after a complaint, if a list cannot be read.
-std::optional<TrackList> gather(const AnalyzeOptions& options)
-{
-    TrackList list;
-    for (const QString& track : options.tracks)
-        list.add(bytesOfText(track));
-    for (const QString& file : options.batch.lists) {
-        if (const auto problem = list.addFrom(bytesOfText(file), options.batch.listsAreNulSeparated)) {
-            complain(QStringLiteral("tunesift: cannot read the list %1: %2\n").arg(file, *problem));
-            return {};
-        }
-    }
-    for (const QByteArray& folder : list.emptyFolders())
-        complain(QStringLiteral("tunesift: no tracks in the folder %1\n").arg(readablePath(folder)));
-    return list;
-}
 
 bool namesTracks(const AnalyzeOptions& options)
 {
@@ -79,7 +62,7 @@ RowPrinter::Form formFor(const AnalyzeOptions& options, std::size_t tracks)
 
 int analyzeAll(const AnalyzeOptions& options)
 {
-    auto list = gather(options);
+    auto list = gatherTracks(options.tracks, options.batch);
     if (!list)
         return kNothingDone;
     if (namesTracks(options) && list->tracks().empty()) {

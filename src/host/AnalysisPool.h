@@ -59,6 +59,7 @@ private:
         bool isSecondChance = false;
     };
 
+    [[nodiscard]] bool isBusy() const;
     void onFinished(Slot& slot, const TrackResult& result);
     void feed(Slot& slot);
     void announceTheEnd();

@@ -64,7 +64,8 @@ void AnalysisSession::onWorkerConnected()
     if (!isRunning())
         return;
     worker_->sendStart(run_->request());
-    restartSilence();
+    sinceWord_.start();
+    silenceTimer_.start(allowedSilence());
     const auto untilFound = run_->request().patience.value_or(std::chrono::milliseconds(0));
     trackTimer_.start(settings_.trackTimeout.count() > 0 ? settings_.trackTimeout
                                                          : kTrackTimeout + untilFound);
@@ -74,7 +75,7 @@ void AnalysisSession::onMessage(const Message& message)
 {
     if (!isRunning() || !run_->take(message))
         return;
-    restartSilence();
+    sinceWord_.start();
     if (const auto* progress = std::get_if<Progress>(&message))
         Q_EMIT progressed(progress->share);
     if (const auto* info = std::get_if<TrackInfo>(&message))
@@ -108,6 +109,11 @@ void AnalysisSession::onWorkerFailed(const TrackError& error)
 
 void AnalysisSession::onSilence()
 {
+    const auto left = allowedSilence() - std::chrono::milliseconds(sinceWord_.elapsed());
+    if (left.count() > 0) {
+        silenceTimer_.start(left);
+        return;
+    }
     const bool isRemote = isNetPath(run_->request().path);
     const bool wasFound = run_->hasStarted();
     worker_->kill();
@@ -119,9 +125,9 @@ void AnalysisSession::onSilence()
         finish(TrackError{ErrorKind::kUnreachable, QStringLiteral("its device was not found")});
 }
 
-void AnalysisSession::restartSilence()
+std::chrono::milliseconds AnalysisSession::allowedSilence() const
 {
-    silenceTimer_.start(run_->request().patience.value_or(settings_.silenceTimeout));
+    return run_->request().patience.value_or(settings_.silenceTimeout);
 }
 
 void AnalysisSession::onTrackTimeout()

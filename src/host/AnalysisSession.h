@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QTimer>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -59,7 +60,7 @@ private:
     void onWorkerFailed(const TrackError& error);
     void onMessage(const Message& message);
     void onSilence();
-    void restartSilence();
+    [[nodiscard]] std::chrono::milliseconds allowedSilence() const;
     void onTrackTimeout();
     void allowFor(const TrackInfo& info);
     void finish(const std::optional<TrackError>& error);
@@ -71,6 +72,7 @@ private:
     std::unique_ptr<TrackRun> run_;
     QElapsedTimer sinceRequest_;
     QTimer silenceTimer_;
+    QElapsedTimer sinceWord_;  ///< Since the worker's last message; cheaper than setting the timer each time.
     QTimer trackTimer_;
 };
 

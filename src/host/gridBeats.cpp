@@ -71,6 +71,24 @@ std::optional<double> beatPosition(const BeatGrid& grid, qint64 beatNumber)
     return position;
 }
 
+std::vector<Beat> beatsBetween(const BeatGrid& grid, double from, double to)
+{
+    constexpr std::size_t kMost = 1000000;
+    std::vector<Beat> beats;
+    if (!isUsable(grid))
+        return beats;
+    for (std::size_t at = 0; at + 1 < grid.anchors.size(); ++at) {
+        const Segment segment(grid.anchors[at], grid.anchors[at + 1]);
+        const qint64 end = segment.countBelow(to);
+        for (qint64 beat = segment.countBelow(from); beat < end && beats.size() < kMost; ++beat)
+            beats.push_back({segment.firstBeat + beat, segment.position(static_cast<double>(beat))});
+    }
+    const Anchor& last = grid.anchors.back();
+    if (last.samplePosition >= from && last.samplePosition < to && beats.size() < kMost)
+        beats.push_back({last.beatNumber, last.samplePosition});
+    return beats;
+}
+
 std::optional<qint64> countBeatsInside(const BeatGrid& grid, double frames)
 {
     if (!isUsable(grid))

@@ -1,12 +1,8 @@
 #include "CliRun.h"
+#include "Terminal.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <array>
-#include <cstdlib>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 
@@ -14,41 +10,6 @@ using namespace clitest;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
-
-/// A terminal without a screen: what is written to it can be read back.
-class Terminal {
-public:
-    Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
-    {
-        grantpt(master_);
-        unlockpt(master_);
-        // So long as one is open, what was written stays to be read.
-        slave_ = open(name(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    }
-    ~Terminal()
-    {
-        close(slave_);
-        close(master_);
-    }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-
-    [[nodiscard]] const char* name() const { return ptsname(master_); }
-
-    [[nodiscard]] std::string written() const
-    {
-        std::array<char, 65536> bytes{};
-        fcntl(master_, F_SETFL, O_NONBLOCK);
-        std::string text;
-        for (ssize_t size = 0; (size = read(master_, bytes.data(), bytes.size())) > 0;)
-            text.append(bytes.data(), static_cast<std::size_t>(size));
-        return text;
-    }
-
-private:
-    int master_;
-    int slave_ = -1;
-};
 
 TEST(ProgressBar, GrowsOnATerminalAndLeavesTheLineEmpty)
 {
@@ -74,6 +35,48 @@ TEST(ProgressBar, IsClearedBeforeAComplaint)
     process.start(QStringLiteral(TUNESIFT), withFakeWorker({folder.track(QStringLiteral("rejected"))}));
     EXPECT_EQ(outcomeOf(process).status, 1);
     EXPECT_THAT(terminal.written(), HasSubstr("\r\x1b[Ktunesift: "));
+}
+
+TEST(ProgressBar, OfManyTracksCountsThem)
+{
+    TrackFolder folder;
+    const Terminal terminal;
+    QProcess process;
+    process.setStandardErrorFile(QString::fromLatin1(terminal.name()));
+    QStringList tracks;
+    for (const char* name : {"a", "burns-a-fifth-of-a-second", "rejected", "d"})
+        tracks << folder.track(QString::fromLatin1(name));
+    process.start(QStringLiteral(TUNESIFT),
+                  withFakeWorker(QStringList{QStringLiteral("--json"), QStringLiteral("-j1")} + tracks));
+    const CliOutcome outcome = outcomeOf(process);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(rowsOf(outcome.output).size(), 4) << "and nothing else on standard output";
+    const std::string written = terminal.written();
+    // The second track takes so long that the line may be shown again before its end.
+    EXPECT_THAT(written, HasSubstr("\r[....."));
+    EXPECT_THAT(written, HasSubstr("1 of 4"));
+    EXPECT_THAT(written, HasSubstr(" left\x1b[K"));
+    EXPECT_THAT(written, HasSubstr("\r\x1b[Ktunesift: 4 tracks: 3 analysed, 1 failed; 0:30 of music in "));
+}
+
+TEST(Table, IsWhatATerminalShowsOfManyTracks)
+{
+    TrackFolder folder;
+    const Terminal terminal;
+    QProcess process;
+    process.setStandardOutputFile(QString::fromLatin1(terminal.name()));
+    process.start(QStringLiteral(TUNESIFT), withFakeWorker({folder.track(QStringLiteral("a\nb")),
+                                                            folder.track(QStringLiteral("rejected")),
+                                                            folder.track(QStringLiteral("no-key"))}));
+    const CliOutcome outcome = outcomeOf(process);
+    EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("rejected.wav: it is no audio"));
+    const std::string path = folder.path({}).toStdString();
+    EXPECT_EQ(terminal.written(), "   length      BPM  key              loudness   downbeat  track\r\n"
+                                  "     0:10   120.00  A minor (8A)     -12.0 dB    0.113 s  " +
+                                      path +
+                                      "/a?b.wav\r\n"
+                                      "     0:10   120.00  -                -12.0 dB    0.113 s  " +
+                                      path + "/no-key.wav\r\n");
 }
 
 TEST(ProgressBar, IsNotThereWithoutATerminal)

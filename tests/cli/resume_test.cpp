@@ -111,7 +111,7 @@ TEST_F(Resume, RetryFailedTriesOnlyThose)
 
 TEST_F(Resume, RetryFailedNeedsNoPaths)
 {
-    run();
+    run({text("-j1")});  // so that the failed row is the last
     // What failed is well now.
     writeContent(content().replace(text("rejected.wav"), text("a.wav")));
     const CliOutcome again = analyze({text("-o"), out(), text("--retry-failed")});

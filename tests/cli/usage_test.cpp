@@ -43,11 +43,30 @@ TEST(Usage, BadUsageEndsWithStatusTwoAndAHint)
                                    "analyze --retry-failed",
                                    "analyze --csv -o x --resume",
                                    "merge",
-                                   "merge --dance"}) {
+                                   "merge --dance",
+                                   "check",
+                                   "check --dance",
+                                   "check -j 0 x",
+                                   "doctor --dance",
+                                   "doctor x",
+                                   "plot",
+                                   "plot a.wav",
+                                   "plot a.wav -o a.gif",
+                                   "plot a b -o a.png",
+                                   "plot {} -o a.png",
+                                   "plot a -o a.png --width 10",
+                                   "plot a -o a.png --height big",
+                                   "plot a -o a.png --from now",
+                                   "plot a -o a.png --from 0:20 --to 10",
+                                   "export",
+                                   "export a",
+                                   "export a --waveform a.wav",
+                                   "export { --waveform a.dat"}) {
         const CliOutcome outcome = runCli(list(line));
         EXPECT_EQ(outcome.status, 2) << line;
         EXPECT_EQ(outcome.output, QString()) << line;
-        EXPECT_THAT(outcome.errors.toStdString(), ContainsRegex("Try 'tunesift (analyze |merge )?--help'"))
+        EXPECT_THAT(outcome.errors.toStdString(),
+                    ContainsRegex("Try 'tunesift (analyze |merge |check |doctor |plot |export )?--help'"))
             << line;
     }
 }

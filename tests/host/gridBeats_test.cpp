@@ -77,6 +77,26 @@ TEST(GridBeats, BillionsOfBeatsAreCountedWithoutWalkingThem)
     EXPECT_EQ(countBeatsInside(grid, 3000000000.5), 3000000001LL);
 }
 
+TEST(GridBeats, BetweenTwoPositionsHaveTheirNumbersAndPlaces)
+{
+    const BeatGrid grid = gridOf({{0.0, 0, 4}, {400.0, 4, 2}, {800.0, 6, 0}});
+    const auto numbers = [&](double from, double to) {
+        std::vector<qint64> found;
+        for (const Beat& beat : beatsBetween(grid, from, to)) {
+            EXPECT_EQ(beat.position, beatPosition(grid, beat.number)) << beat.number;
+            found.push_back(beat.number);
+        }
+        return found;
+    };
+    EXPECT_EQ(numbers(-1000.0, 10000.0), (std::vector<qint64>{0, 1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(numbers(100.0, 600.0), (std::vector<qint64>{1, 2, 3, 4})) << "the end is not in it";
+    EXPECT_EQ(numbers(100.5, 600.5), (std::vector<qint64>{2, 3, 4, 5}));
+    EXPECT_EQ(numbers(900.0, 1000.0), (std::vector<qint64>{}));
+    EXPECT_TRUE(beatsBetween(BeatGrid{}, 0.0, 1000.0).empty());
+    const BeatGrid endless = gridOf({{0.0, 0, 4000000000U}, {4000000000.0, 4000000000LL, 0}});
+    EXPECT_EQ(beatsBetween(endless, 0.0, 4e9).size(), 1000000U);
+}
+
 TEST(GridBeats, AGridThatCannotBeReckonedWithHasNoBeats)
 {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();

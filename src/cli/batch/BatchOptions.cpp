@@ -57,7 +57,7 @@ QString problemOf(const BatchOptions& options, bool json)
 
 }  // namespace
 
-void addBatchOptions(QCommandLineParser& parser)
+void addTrackOptions(QCommandLineParser& parser)
 {
     parser.addOptions({
         {name("files-from"), name("Takes the tracks that FILE names, one a line; '-' is standard input."),
@@ -74,6 +74,13 @@ void addBatchOptions(QCommandLineParser& parser)
          name(
              "Lets a worker hold so many bytes (K, M, G for more of them; 0 for any number); 1G by default."),
          name("BYTES")},
+    });
+}
+
+void addBatchOptions(QCommandLineParser& parser)
+{
+    addTrackOptions(parser);
+    parser.addOptions({
         {name("csv"), name("Prints comma-separated values under a line of names.")},
         {{name("o"), name("output")},
          name("Appends the results to FILE, as JSON unless told otherwise."),
@@ -84,16 +91,11 @@ void addBatchOptions(QCommandLineParser& parser)
     });
 }
 
-std::variant<BatchOptions, QString> readBatchOptions(const QCommandLineParser& parser)
+std::variant<TrackOptions, QString> readTrackOptions(const QCommandLineParser& parser)
 {
-    BatchOptions options;
+    TrackOptions options;
     options.lists = parser.values(name("files-from"));
     options.listsAreNulSeparated = parser.isSet(name("null"));
-    options.csv = parser.isSet(name("csv"));
-    options.output = parser.value(name("output"));
-    options.resume = parser.isSet(name("resume"));
-    options.retryFailed = parser.isSet(name("retry-failed"));
-
     bool isNumber = false;
     options.jobs = parser.value(name("jobs")).toInt(&isNumber);
     if (!isNumber || options.jobs < 1 || options.jobs > kMostJobs)
@@ -114,7 +116,20 @@ std::variant<BatchOptions, QString> readBatchOptions(const QCommandLineParser& p
             return wants("memory", QStringLiteral("0 or at least 64M"), parser.value(name("memory")));
         options.memory = *bytes;
     }
+    return options;
+}
 
+std::variant<BatchOptions, QString> readBatchOptions(const QCommandLineParser& parser)
+{
+    const auto tracks = readTrackOptions(parser);
+    if (const auto* problem = std::get_if<QString>(&tracks))
+        return *problem;
+    BatchOptions options;
+    static_cast<TrackOptions&>(options) = std::get<TrackOptions>(tracks);
+    options.csv = parser.isSet(name("csv"));
+    options.output = parser.value(name("output"));
+    options.resume = parser.isSet(name("resume"));
+    options.retryFailed = parser.isSet(name("retry-failed"));
     if (parser.isSet(name("shard"))) {
         options.shard = Shard::parse(parser.value(name("shard")));
         if (!options.shard)

@@ -14,13 +14,17 @@ class QCommandLineParser;
 
 namespace tunesift::cli {
 
-/// The options of `tunesift analyze` that are about many tracks.
-struct BatchOptions {
+/// Options of verbs that go through many tracks.
+struct TrackOptions {
     QStringList lists;  ///< Files that name tracks; "-" for standard input.
     bool listsAreNulSeparated = false;
     int jobs = 1;
     std::chrono::milliseconds timeout{0};  ///< Per track; 0 for one by its length.
     qint64 memory = 0;                     ///< Bytes a worker may hold; 0 for no limit.
+};
+
+/// The options of `tunesift analyze` that are about many tracks.
+struct BatchOptions : TrackOptions {
     bool csv = false;
     QString output;  ///< File to append to; empty for standard output.
     bool resume = false;
@@ -29,9 +33,11 @@ struct BatchOptions {
 };
 
 /// Tells the parser of them.
+void addTrackOptions(QCommandLineParser& parser);
 void addBatchOptions(QCommandLineParser& parser);
 
 /// What the parser has found; a sentence if it makes no sense.
+[[nodiscard]] std::variant<TrackOptions, QString> readTrackOptions(const QCommandLineParser& parser);
 [[nodiscard]] std::variant<BatchOptions, QString> readBatchOptions(const QCommandLineParser& parser);
 
 }  // namespace tunesift::cli

@@ -75,4 +75,13 @@ void JsonLine::add(const char* name, const JsonLine& object)
     members_ += object.object();
 }
 
+void JsonLine::add(const char* name, const std::vector<JsonLine>& objects)
+{
+    begin(name);
+    QByteArray array;
+    for (const JsonLine& object : objects)
+        array += (array.isEmpty() ? "" : ",") + object.object();
+    members_ += '[' + array + ']';
+}
+
 }  // namespace tunesift::cli

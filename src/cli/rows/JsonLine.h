@@ -5,6 +5,7 @@
 #include <QtGlobal>
 
 #include <optional>
+#include <vector>
 
 namespace tunesift::cli {
 
@@ -19,6 +20,7 @@ public:
     void addTruth(const char* name, bool value);
     void addNull(const char* name);
     void add(const char* name, const JsonLine& object);
+    void add(const char* name, const std::vector<JsonLine>& objects);
 
     template <typename T>
     void add(const char* name, const std::optional<T>& value)

@@ -7,7 +7,8 @@ namespace {
 
 constexpr int kMostShards = 1000000;
 
-/// FNV-1a, 64 bits: spreads similar names, and is the same on every machine for ever.
+/// FNV-1a of 64 bits, and the finisher of MurmurHash3, which brings every bit into the lowest: similar names go
+/// different ways. The same on every machine for ever.
 quint64 hashOf(const QByteArray& bytes)
 {
     constexpr quint64 kOffset = 0xcbf29ce484222325;
@@ -15,17 +16,17 @@ quint64 hashOf(const QByteArray& bytes)
     quint64 hash = kOffset;
     for (const char byte : bytes)
         hash = (hash ^ static_cast<uchar>(byte)) * kPrime;
-    return hash;
+    constexpr int kShift = 33;
+    hash = (hash ^ (hash >> kShift)) * 0xff51afd7ed558ccd;
+    hash = (hash ^ (hash >> kShift)) * 0xc4ceb9fe1a85ec53;
+    return hash ^ (hash >> kShift);
 }
 
 }  // namespace
 
 bool Shard::holds(const QByteArray& path) const
 {
-    // The lowest bits of the hash alone know little of the earlier bytes.
-    constexpr int kFold = 32;
-    const quint64 hash = hashOf(path);
-    return static_cast<int>((hash ^ (hash >> kFold)) % static_cast<quint64>(count)) == index - 1;
+    return static_cast<int>(hashOf(path) % static_cast<quint64>(count)) == index - 1;
 }
 
 QString Shard::text() const { return QStringLiteral("%1/%2").arg(index).arg(count); }

@@ -7,22 +7,30 @@
 #include <QLatin1String>
 #include <QString>
 
+#include <cstddef>
 #include <optional>
 
 namespace tunesift::cli {
 
+template <std::size_t size>
+constexpr QLatin1String kindWord(const char (&word)[size])
+{
+    return QLatin1String(word, static_cast<int>(size) - 1);
+}
+
 /// The kinds of failure: what a track without results, or with those of a part of it, is told with.
-inline constexpr QLatin1String kNotFound("not-found");
-inline constexpr QLatin1String kPermission("permission");
-inline constexpr QLatin1String kEmpty("empty");
-inline constexpr QLatin1String kNotAudio("not-audio");
-inline constexpr QLatin1String kUnsupported("unsupported");
-inline constexpr QLatin1String kTruncated("truncated");  ///< What there is of it has been analysed.
-inline constexpr QLatin1String kCrashed("crashed");
-inline constexpr QLatin1String kTimeout("timeout");
-inline constexpr QLatin1String kOutOfMemory("out-of-memory");
-inline constexpr QLatin1String kUnreachable("unreachable");
-inline constexpr QLatin1String kCancelled("cancelled");
+inline constexpr QLatin1String kNotFound = kindWord("not-found");
+inline constexpr QLatin1String kPermission = kindWord("permission");
+inline constexpr QLatin1String kEmpty = kindWord("empty");
+inline constexpr QLatin1String kNotAudio = kindWord("not-audio");
+inline constexpr QLatin1String kUnsupported = kindWord("unsupported");
+inline constexpr QLatin1String kTruncated =
+    kindWord("truncated");  ///< What there is of it has been analysed.
+inline constexpr QLatin1String kCrashed = kindWord("crashed");
+inline constexpr QLatin1String kTimeout = kindWord("timeout");
+inline constexpr QLatin1String kOutOfMemory = kindWord("out-of-memory");
+inline constexpr QLatin1String kUnreachable = kindWord("unreachable");
+inline constexpr QLatin1String kCancelled = kindWord("cancelled");
 
 /// Why a track has no results, in a word for programs and a line for people.
 struct Failure {

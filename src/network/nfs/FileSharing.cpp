@@ -56,6 +56,7 @@ void FileSharing::tearDown()
         QThread::msleep(kLookMilliseconds);
         ebo::deliverDeferredDeletions();
     }
-    // The pages of remote files came from the heaps of many threads, which keep what is freed; megabytes a run.
+    // The pages of remote files came from the heaps of many threads, which keep what is freed; megabytes a
+    // run.
     ::malloc_trim(0);
 }

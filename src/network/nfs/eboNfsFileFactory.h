@@ -6,8 +6,8 @@
 
 #include <mutex>
 
-/// The factory of the whole process: paths that name a file on another device lead to file sharing, all others
-/// to the local file layer, in a wrapping that lets remote readers hear of changes. Any thread.
+/// The factory of the whole process: paths that name a file on another device lead to file sharing, all
+/// others to the local file layer, in a wrapping that lets remote readers hear of changes. Any thread.
 class eboNfsFileFactory : public eboFileFactory {
 public:
     /// Serves net paths from now on; with null, no longer.
@@ -17,7 +17,8 @@ public:
     /// by opening it.
     [[nodiscard]] ebo::refptr<eboFile> open(const char* path, int options) override;
 
-    /// As the base. For a path on another device this waits for its answer for as long as the device is there.
+    /// As the base. For a path on another device this waits for its answer for as long as the device is
+    /// there.
     [[nodiscard]] bool fileExists(const char* path, int mode) override;
     int deleteFile(const ebo::refptr<eboFile>& file) override;
 

@@ -16,8 +16,8 @@
 
 /// Another device as a partner in file sharing: messages to and from its service "FileTransfer".
 ///
-/// Lives on the network thread; `sendMessage`, `postMessage` and what is const may be called on any, unless it
-/// says otherwise.
+/// Lives on the network thread; `sendMessage`, `postMessage` and what is const may be called on any, unless
+/// it says otherwise.
 class eboNfsHost : public QObject, public ebo::refcounted {
     Q_OBJECT
     Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged)

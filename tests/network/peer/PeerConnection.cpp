@@ -25,23 +25,25 @@ int makeSocket(const testsupport::NetworkNamespace& place)
 
 }  // namespace
 
-PeerConnection::PeerConnection(const testsupport::NetworkNamespace& place, const std::string& address,
-                               std::uint16_t port)
-    : socket_(makeSocket(place))
+PeerConnection::PeerConnection(int socket) : socket_(socket)
 {
     const timeval guard{kGuardSeconds, 0};
     setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &guard, sizeof guard);
     setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &guard, sizeof guard);
     const int on = 1;
     setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
+
+PeerConnection::PeerConnection(const testsupport::NetworkNamespace& place, const std::string& address,
+                               std::uint16_t port)
+    : PeerConnection(makeSocket(place))
+{
     sockaddr_in target{};
     target.sin_family = AF_INET;
     target.sin_port = htons(port);
     inet_pton(AF_INET, address.c_str(), &target.sin_addr);
     if (connect(socket_, reinterpret_cast<const sockaddr*>(&target), sizeof target) != 0) {
-        const int error = errno;
-        close(socket_);
-        throw std::runtime_error("cannot connect to " + address + ": " + std::strerror(error));
+        throw std::runtime_error("cannot connect to " + address + ": " + std::strerror(errno));
     }
 }
 
@@ -83,6 +85,25 @@ Bytes PeerConnection::receive(std::size_t size) const
     bytes.resize(received);
     return bytes;
 }
+
+std::optional<Bytes> PeerConnection::arrived() const
+{
+    Bytes bytes;
+    std::array<char, 65536> piece{};
+    for (;;) {
+        const ssize_t step = recv(socket_, piece.data(), piece.size(), MSG_DONTWAIT);
+        if (step > 0)
+            bytes.append(piece.data(), static_cast<std::size_t>(step));
+        else if (step < 0 && (errno == EAGAIN || errno == EINTR))
+            return bytes;
+        else if (bytes.empty())
+            return std::nullopt;
+        else
+            return bytes;  // the end is met again next time
+    }
+}
+
+void PeerConnection::hangUp() const { shutdown(socket_, SHUT_RDWR); }
 
 bool PeerConnection::isClosedByPeer() const
 {

@@ -4,6 +4,7 @@
 #include "support/NetworkNamespace.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace peer {
@@ -15,6 +16,9 @@ public:
     /// Connects from inside of the namespace.
     PeerConnection(const testsupport::NetworkNamespace& place, const std::string& address,
                    std::uint16_t port);
+
+    /// Takes over a connection that is there.
+    explicit PeerConnection(int socket);
     ~PeerConnection();
     PeerConnection(PeerConnection&& other) noexcept;
     PeerConnection& operator=(PeerConnection&&) = delete;
@@ -28,6 +32,15 @@ public:
 
     /// Exactly so many octets; fewer if the other side closes.
     [[nodiscard]] Bytes receive(std::size_t size) const;
+
+    /// What has arrived by now, without waiting; nothing at all once the other side has closed.
+    [[nodiscard]] std::optional<Bytes> arrived() const;
+
+    /// Ends the connection for both sides; the object stays.
+    void hangUp() const;
+
+    /// For waiting on several at once.
+    [[nodiscard]] int descriptor() const { return socket_; }
 
     /// Waits until the other side has closed, and drops what comes before that.
     [[nodiscard]] bool isClosedByPeer() const;

@@ -24,6 +24,7 @@ public:
     ~ShareProcess() override;
 
     [[nodiscard]] const QString& uuid() const { return uuid_; }
+    [[nodiscard]] qint64 processId() const { return process_.processId(); }
 
     /// What others give for a file in the directory, in UTF-8: "net://UUID/Music/" + name.
     [[nodiscard]] QByteArray url(const QByteArray& name) const;

@@ -77,8 +77,8 @@ TEST_F(Watch, KeepsATableOnTheTerminal)
     mouth.send(peer::beacon({.uuid = peer::kHighestUuid}));
     ASSERT_TRUE(shows(peer::written(peer::kHighestUuid)));
     EXPECT_THAT(terminal.text(),
-                HasSubstr(clear + "NAME  APPLICATION  ADDRESSES  ROUND TRIP  SERVICES  UUID\r\n"
-                                  "fake  Other 9.9    10.0.0.2   -           -         ffffffff-"));
+                HasSubstr(clear + "NAME  APPLICATION  ADDRESSES  ROUND TRIP  SERVICES  SHARES  UUID\r\n"
+                                  "fake  Other 9.9    10.0.0.2   -           -         -       ffffffff-"));
     mouth.send(peer::beacon({.uuid = peer::kHighestUuid, .message = "DISCOVERER_EXIT_"}));
     const auto emptyAgain = [&] {
         const std::string& text = terminal.text();
