@@ -1,5 +1,5 @@
-// Tracks on a device of another make, which shares no code with ours and keeps the protocol in its own way, or
-// breaks it; analysed by the real worker.
+// Tracks on a device of another make, which shares no code with ours and keeps the protocol in its own way,
+// or breaks it; analysed by the real worker.
 
 #include "network/sharing/PeerFiles.h"
 #include "network/sharing/SharingTest.h"
@@ -27,7 +27,10 @@ namespace nfs = peer::nfs;
 using Asked = PeerFiles::Asked;
 using Manner = PeerFiles::Manner;
 
-std::u16string served(const std::string& name) { return u"/Music/" + std::u16string(name.begin(), name.end()); }
+std::u16string served(const std::string& name)
+{
+    return u"/Music/" + std::u16string(name.begin(), name.end());
+}
 
 /// One of a kind with the uuid of the test: in front of all of ours, or behind them.
 peer::Uuid another(peer::Uuid uuid)
@@ -83,15 +86,15 @@ protected:
         if (IsSkipped())
             return;
         wire_ = std::make_unique<NetworkSwitch>();
-        EXPECT_TRUE(synth::writeWav(track_.file("track.wav"), synth::clickTrack({.bpm = 120, .seconds = kSeconds}),
-                                    1, 44100, synth::SampleFormat::kFloat32));
+        EXPECT_TRUE(synth::writeWav(track_.file("track.wav"),
+                                    synth::clickTrack({.bpm = 120, .seconds = kSeconds}), 1, 44100,
+                                    synth::SampleFormat::kFloat32));
         content_ = testsupport::readWholeFile(track_.file("track.wav"));
     }
 
     PeerServer& server(const peer::Uuid& uuid)
     {
-        servers_.push_back(
-            std::make_unique<PeerServer>(*wire_, static_cast<int>(servers_.size()), uuid));
+        servers_.push_back(std::make_unique<PeerServer>(*wire_, static_cast<int>(servers_.size()), uuid));
         return *servers_.back();
     }
 
@@ -176,7 +179,8 @@ void answerUnasked(const Asked& asked)
 {
     const Bytes wrong(PeerFiles::kBlockSize, '\x41');
     for (const std::uint64_t block : {asked.block + 1, asked.block + 2, std::uint64_t{1} << 40U})
-        asked.send(nfs::fileData(asked.object, static_cast<std::int64_t>(block * PeerFiles::kBlockSize), wrong));
+        asked.send(
+            nfs::fileData(asked.object, static_cast<std::int64_t>(block * PeerFiles::kBlockSize), wrong));
     asked.send(asked.answer());
 }
 
@@ -263,8 +267,8 @@ TEST_P(PeerServes, WhatCannotBeReadIsAnError)
     constexpr std::uint64_t kBeyondTheCache = 13'000;
     QTimer look;
     look.start(50ms);
-    ASSERT_TRUE(until(
-        [&] { return !peer.files.requestsFor(served("endless.wav"), kBeyondTheCache).empty(); }));
+    ASSERT_TRUE(
+        until([&] { return !peer.files.requestsFor(served("endless.wav"), kBeyondTheCache).empty(); }));
     constexpr long kCacheKiB = 50'000;
     constexpr long kSlackKiB = 20'000;
     EXPECT_LE(residentKiBOf(host.workerPid()), before + kCacheKiB + kSlackKiB);
