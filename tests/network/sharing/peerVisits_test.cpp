@@ -323,7 +323,6 @@ TEST_P(PeerVisits, GarbageAndFloodsCostLittle)
     EXPECT_EQ(other.answerTo(nfs::dataRequest(1, {{2, 2}})), theBlock(1, 2));
     constexpr long kMostKiB = 64 * 1024;  // 16 MiB of answers unread, 65,536 ranges, and what allocators keep
     EXPECT_LE(residentKiBOf(share_->processId()), before + kMostKiB);
-    std::cerr << "RSS " << before << " " << residentKiBOf(share_->processId()) << std::endl;
 
     // It may have got the file into any state, but not the device: another object of the same guest works.
     guest.ask(nfs::fileRelease(1));

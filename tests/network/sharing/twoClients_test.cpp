@@ -5,6 +5,8 @@
 #include "network/sharing/SharingTest.h"
 #include "runtime/GarbageCollection.h"
 
+#include <QTimer>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -48,6 +50,8 @@ struct Client {
 template <typename Function>
 auto elsewhere(Function function)
 {
+    QTimer look;
+    look.start(std::chrono::milliseconds(2));
     auto result = std::async(std::launch::async, std::move(function));
     EXPECT_TRUE(
         until([&] { return result.wait_for(std::chrono::milliseconds(1)) == std::future_status::ready; }));
