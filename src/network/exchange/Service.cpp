@@ -245,7 +245,8 @@ bool Service::write(const QByteArray& data, bool blocking)
         return result;
     }
 
-    return send(data) == Way::kLowestPing;
+    // One that went another way is out all the same, but did not go by the way it should.
+    return send(data).isLowestPing;
 }
 
 bool Service::writePacketAtOnce(const QByteArray& data)
@@ -253,53 +254,55 @@ bool Service::writePacketAtOnce(const QByteArray& data)
     if (isElsewhere())
         return QMetaObject::invokeMethod(
             this, [this, data] { writePacketAtOnce(data); }, Qt::QueuedConnection);
-    if (send(data) == Way::kNone)
+    const Stream sent = send(data).stream;
+    if (!sent)
         return false;
     // What has piled up is left to the event loop, which sends it in larger pieces.
-    for (const Stream& stream : streams()) {
-        QTcpSocket* const socket = stream->socket();
-        if (socket != nullptr && socket->bytesToWrite() <= kMostSentAtOnce)
-            socket->flush();
-    }
+    QTcpSocket* const socket = sent->socket();
+    if (socket != nullptr && socket->bytesToWrite() <= kMostSentAtOnce)
+        socket->flush();
     return true;
 }
 
-Service::Way Service::send(const QByteArray& data)
+Service::Carrier Service::carrier(const AddressPair& lowest) const
+{
+    const QList<Stream> candidates = streams();
+    for (const Stream& stream : candidates) {
+        const auto way = wayOf(*stream);
+        if (way && sameAddress(way->local, lowest.local) && sameAddress(way->remote, lowest.remote))
+            return {stream, true};
+    }
+    return {candidates.isEmpty() ? nullptr : candidates.first(), false};
+}
+
+Service::Carrier Service::send(const QByteArray& data)
 {
     const ebo::refptr<Host> host = host_.promote();
     if (!host) {
         qCWarning(ebo::log::networkDirectory) << Q_FUNC_INFO << "failed because host no longer available";
-        return Way::kNone;
+        return {};
     }
     const AddressPair lowest = host->lowestPingWay();
-    const QList<Stream> candidates = streams();
-    if (candidates.isEmpty()) {
+    const Carrier chosen = carrier(lowest);
+    if (!chosen.stream) {
         qCWarning(ebo::log::networkDirectory) << Q_FUNC_INFO << "failed to write, no streams available";
-        return Way::kNone;
+        return {};
     }
     if (lowest.local.isNull() || lowest.remote.isNull()) {
         qCWarning(ebo::log::networkDirectory)
             << Q_FUNC_INFO << "failed because there is no lowest ping connection (Remote Id:" << host->uuid()
             << ")";
-        return Way::kNone;
+        return {};
     }
-    for (const Stream& stream : candidates) {
-        const auto way = wayOf(*stream);
-        if (way && sameAddress(way->local, lowest.local) && sameAddress(way->remote, lowest.remote))
-            return stream->sendPacket(data) ? Way::kLowestPing : Way::kNone;
-    }
-    // It goes out all the same, but callers of writePacket are told that it did not go by the way it should.
-    return candidates.first()->sendPacket(data) ? Way::kAnother : Way::kNone;
+    return chosen.stream->sendPacket(data) ? chosen : Carrier{};
 }
 
 qint64 Service::unsentBytes() const
 {
-    qint64 most = 0;
-    for (const Stream& stream : streams()) {
-        if (const QTcpSocket* const socket = stream->socket())
-            most = std::max(most, socket->bytesToWrite());
-    }
-    return most;
+    const ebo::refptr<Host> host = host_.promote();
+    const Stream stream = host ? carrier(host->lowestPingWay()).stream : nullptr;
+    const QTcpSocket* const socket = stream ? stream->socket() : nullptr;
+    return socket != nullptr ? socket->bytesToWrite() : 0;
 }
 
 }  // namespace eboNetworkExchange

@@ -73,13 +73,13 @@ public Q_SLOTS:
     /// The same without waiting, when called on another thread.
     void writePacketNonBlocking(const QByteArray& data);
 
-    /// Hands a packet to a stream and has it sent in this turn of the event loop rather than the next: for short
-    /// questions and answers that somebody waits for. Any thread; on another one it is queued, and the answer
-    /// is true.
+    /// Hands a packet to a stream and has it sent in this turn of the event loop rather than the next: for
+    /// short questions and answers that somebody waits for. Any thread; on another one it is queued, and the
+    /// answer is true.
     /// @return whether a stream took it, whichever that was
     bool writePacketAtOnce(const QByteArray& data);
 
-    /// Bytes that the fullest stream has taken and not yet sent. Network thread.
+    /// Bytes that the stream by which the next packet goes has taken and not yet sent. Network thread.
     [[nodiscard]] qint64 unsentBytes() const;
 
     void socketDisconnected(PacketStream* stream);
@@ -99,10 +99,15 @@ private Q_SLOTS:
     void onSocketError(QAbstractSocket::SocketError socketError);
 
 private:
-    enum class Way { kNone, kAnother, kLowestPing };
+    /// The stream that a packet goes by; null for none.
+    struct Carrier {
+        Stream stream;
+        bool isLowestPing = false;
+    };
 
     bool write(const QByteArray& data, bool blocking);
-    Way send(const QByteArray& data);
+    [[nodiscard]] Carrier carrier(const AddressPair& lowest) const;
+    Carrier send(const QByteArray& data);
     [[nodiscard]] bool isElsewhere() const;
     [[nodiscard]] QList<Stream> streams() const;
     [[nodiscard]] QList<ExistingConnection> connections() const;

@@ -40,8 +40,8 @@ constexpr std::size_t kPingSize = 44;
 PeerDevice::PeerDevice(const testsupport::NetworkNamespace& place, std::string address, const Uuid& uuid,
                        Handler handler)
     : place_(place), address_(std::move(address)), uuid_(uuid), handler_(std::move(handler)),
-      mouth_(place, address_), ear_(place, "0.0.0.0", kBeaconPort), directoryPort_(place), servicePort_(place),
-      thread_(&PeerDevice::run, this)
+      mouth_(place, address_), ear_(place, "0.0.0.0", kBeaconPort), directoryPort_(place),
+      servicePort_(place), thread_(&PeerDevice::run, this)
 {}
 
 PeerDevice::~PeerDevice()
@@ -63,7 +63,10 @@ PeerDevice::LinkState* PeerDevice::find(Link link)
     return entry == links_.end() ? nullptr : &entry->second;
 }
 
-void PeerDevice::send(Link link, const Bytes& payload) { sendBytes(link, number32(static_cast<std::uint32_t>(payload.size())) + payload); }
+void PeerDevice::send(Link link, const Bytes& payload)
+{
+    sendBytes(link, number32(static_cast<std::uint32_t>(payload.size())) + payload);
+}
 
 void PeerDevice::sendBytes(Link link, const Bytes& bytes)
 {

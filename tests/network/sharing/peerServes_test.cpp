@@ -1,8 +1,9 @@
-// Tracks on a device of another make, which shares no code with ours and keeps the protocol in its own way, or
-// breaks it; analysed by the real worker.
+// Tracks on a device of another make, which shares no code with ours and keeps the protocol in its own way,
+// or breaks it; analysed by the real worker.
 
 #include "network/sharing/PeerFiles.h"
 #include "network/sharing/SharingTest.h"
+#include "support/repetitions.h"
 #include "synth/ClickTrack.h"
 #include "synth/WavWriter.h"
 
@@ -27,7 +28,10 @@ namespace nfs = peer::nfs;
 using Asked = PeerFiles::Asked;
 using Manner = PeerFiles::Manner;
 
-std::u16string served(const std::string& name) { return u"/Music/" + std::u16string(name.begin(), name.end()); }
+std::u16string served(const std::string& name)
+{
+    return u"/Music/" + std::u16string(name.begin(), name.end());
+}
 
 /// One of a kind with the uuid of the test: in front of all of ours, or behind them.
 peer::Uuid another(peer::Uuid uuid)
@@ -83,15 +87,15 @@ protected:
         if (IsSkipped())
             return;
         wire_ = std::make_unique<NetworkSwitch>();
-        EXPECT_TRUE(synth::writeWav(track_.file("track.wav"), synth::clickTrack({.bpm = 120, .seconds = kSeconds}),
-                                    1, 44100, synth::SampleFormat::kFloat32));
+        EXPECT_TRUE(synth::writeWav(track_.file("track.wav"),
+                                    synth::clickTrack({.bpm = 120, .seconds = kSeconds}), 1, 44100,
+                                    synth::SampleFormat::kFloat32));
         content_ = testsupport::readWholeFile(track_.file("track.wav"));
     }
 
     PeerServer& server(const peer::Uuid& uuid)
     {
-        servers_.push_back(
-            std::make_unique<PeerServer>(*wire_, static_cast<int>(servers_.size()), uuid));
+        servers_.push_back(std::make_unique<PeerServer>(*wire_, static_cast<int>(servers_.size()), uuid));
         return *servers_.back();
     }
 
@@ -117,7 +121,22 @@ protected:
 /// The peer connects, as the lower uuid has to; or our devices do.
 class PeerServes : public PeerServesTest, public testing::WithParamInterface<peer::Uuid> {};
 
+/// Those that take long whichever device connects: at a small scale of the tests, one way is enough.
+class PeerServesLong : public PeerServes {
+protected:
+    void SetUp() override
+    {
+        PeerServes::SetUp();
+        if (!IsSkipped() && testsupport::repetitions(2) < 2 && GetParam() == peer::kLowestUuid)
+            GTEST_SKIP() << "at the full scale only";
+    }
+};
+
 INSTANTIATE_TEST_SUITE_P(Uuids, PeerServes, testing::Values(peer::kLowestUuid, peer::kHighestUuid),
+                         [](const auto& uuids) {
+                             return uuids.param == peer::kLowestUuid ? "ThePeerConnects" : "WeConnect";
+                         });
+INSTANTIATE_TEST_SUITE_P(Uuids, PeerServesLong, testing::Values(peer::kLowestUuid, peer::kHighestUuid),
                          [](const auto& uuids) {
                              return uuids.param == peer::kLowestUuid ? "ThePeerConnects" : "WeConnect";
                          });
@@ -176,7 +195,8 @@ void answerUnasked(const Asked& asked)
 {
     const Bytes wrong(PeerFiles::kBlockSize, '\x41');
     for (const std::uint64_t block : {asked.block + 1, asked.block + 2, std::uint64_t{1} << 40U})
-        asked.send(nfs::fileData(asked.object, static_cast<std::int64_t>(block * PeerFiles::kBlockSize), wrong));
+        asked.send(
+            nfs::fileData(asked.object, static_cast<std::int64_t>(block * PeerFiles::kBlockSize), wrong));
     asked.send(asked.answer());
 }
 
@@ -250,28 +270,40 @@ TEST_P(PeerServes, WhatCannotBeReadIsAnError)
                      }});
     peer.start();
     TestHost& host = listener();
-    for (const char* name : {"refused.wav", "negative.wav", "least.wav", "locked.wav", "missing.wav"})
+    TestHost& gone = listener();
+    TestHost& misled = listener();
+    gone.start(urlOf(peer.uuid, "gone.wav"));
+    misled.start(urlOf(peer.uuid, "endless.wav"));
+    for (const char* name : {"refused.wav", "negative.wav"})
         EXPECT_THAT(ids(host.run(urlOf(peer.uuid, name))), ElementsAre(kStarted, kError)) << name;
-    const auto gone = ids(host.run(urlOf(peer.uuid, "gone.wav")));
-    EXPECT_EQ(gone.back(), kError);
-    EXPECT_GT(gone.size(), 2U) << "in the middle of the run";
-    EXPECT_THAT(gone, Each(Not(kFinished)));
+    std::vector<TestHost*> others;
+    for (const char* name : {"least.wav", "locked.wav", "missing.wav"}) {
+        others.push_back(&listener());
+        others.back()->start(urlOf(peer.uuid, name));
+    }
+    for (TestHost* const other : others) {
+        EXPECT_THAT(ids(other->untilEnd()), ElementsAre(kStarted, kError));
+        expectQuits(*other);
+    }
+    const auto messages = ids(gone.untilEnd());
+    EXPECT_EQ(messages.back(), kError);
+    EXPECT_GT(messages.size(), 2U) << "in the middle of the run";
+    EXPECT_THAT(messages, Each(Not(kFinished)));
 
     // A reader that believes the size reads for ever, if it is answered: until it is told to quit.
-    const long before = residentKiBOf(host.workerPid());
-    host.start(urlOf(peer.uuid, "endless.wav"));
     constexpr std::uint64_t kBeyondTheCache = 13'000;
     QTimer look;
     look.start(50ms);
-    ASSERT_TRUE(until(
-        [&] { return !peer.files.requestsFor(served("endless.wav"), kBeyondTheCache).empty(); }));
+    ASSERT_TRUE(
+        until([&] { return !peer.files.requestsFor(served("endless.wav"), kBeyondTheCache).empty(); }));
     constexpr long kCacheKiB = 50'000;
-    constexpr long kSlackKiB = 20'000;
-    EXPECT_LE(residentKiBOf(host.workerPid()), before + kCacheKiB + kSlackKiB);
-    expectQuits(host);
+    constexpr long kWorkerKiB = 70'000;
+    EXPECT_LE(residentKiBOf(misled.workerPid()), kWorkerKiB + kCacheKiB);
+    for (TestHost* const one : {&host, &gone, &misled})
+        expectQuits(*one);
 }
 
-TEST_P(PeerServes, OneThatGoesInTheMiddleOfARunIsAnErrorSoon)
+TEST_P(PeerServesLong, OneThatGoesInTheMiddleOfARunIsAnErrorSoon)
 {
     PeerServer& rude = server(GetParam());
     PeerServer& mute = server(another(GetParam()));
@@ -303,7 +335,7 @@ TEST_P(PeerServes, OneThatGoesInTheMiddleOfARunIsAnErrorSoon)
     }
 }
 
-TEST_P(PeerServes, OneThatNeverOpensAFileIsAskedOnceASecondUntilTheEnd)
+TEST_P(PeerServesLong, OneThatNeverOpensAFileIsAskedOnceASecondUntilTheEnd)
 {
     PeerServer& peer = server(GetParam());
     peer.files.serve(served("never.wav"), content_, {.answersInfo = false});
@@ -325,7 +357,7 @@ TEST_P(PeerServes, OneThatNeverOpensAFileIsAskedOnceASecondUntilTheEnd)
     EXPECT_EQ(host.exitStatus(), 0);
 }
 
-TEST_P(PeerServes, AStartThatWaitsIsKeptOverALocalRunAndRunsOnce)
+TEST_P(PeerServesLong, AStartThatWaitsIsKeptOverALocalRunAndRunsOnce)
 {
     PeerServer& peer = server(GetParam());
     peer.files.serve(served("track.wav"), content_, {});

@@ -1,5 +1,5 @@
-// A device of another make, which shares no code with ours, as the guest of `tunesift share`: every byte of the
-// conversation, what it is refused, and what it may cost.
+// A device of another make, which shares no code with ours, as the guest of `tunesift share`: every byte of
+// the conversation, what it is refused, and what it may cost.
 
 #include "network/sharing/PeerVisitor.h"
 #include "network/sharing/SharingTest.h"
@@ -177,7 +177,8 @@ TEST_P(PeerVisits, AskingWhatThingsAre)
     EXPECT_EQ(there.type, kInfo);
     EXPECT_TRUE(there.body.boolean()) << "exists";
     EXPECT_FALSE(there.body.boolean()) << "a directory";
-    // Reading and writing for the owner and for the one who asks, who is the owner, and reading for the group.
+    // Reading and writing for the owner and for the one who asks, who is the owner, and reading for the
+    // group.
     EXPECT_EQ(there.body.number(4), 0x6640U);
     for (int octet = 0; octet < 13; ++octet)
         static_cast<void>(there.body.number(1));  // created: the system's own clock
@@ -220,8 +221,8 @@ TEST_P(PeerVisits, NothingOutsideIsShown)
             EXPECT_FALSE(info.body.boolean()) << "exists";
         }
     }
-    for (const std::u16string& name :
-         {u"/Music/" + up, std::u16string(u"/Music/way"), std::u16string(u"/Music/.."), std::u16string(u"/Other")}) {
+    for (const std::u16string& name : {u"/Music/" + up, std::u16string(u"/Music/way"),
+                                       std::u16string(u"/Music/.."), std::u16string(u"/Other")}) {
         ++object;
         EXPECT_EQ(guest.answerTo(nfs::directoryRequest(object, name)), noDirectory(object));
     }
@@ -322,7 +323,6 @@ TEST_P(PeerVisits, GarbageAndFloodsCostLittle)
     EXPECT_EQ(other.answerTo(nfs::dataRequest(1, {{2, 2}})), theBlock(1, 2));
     constexpr long kMostKiB = 64 * 1024;  // 16 MiB of answers unread, 65,536 ranges, and what allocators keep
     EXPECT_LE(residentKiBOf(share_->processId()), before + kMostKiB);
-    std::cerr << "RSS " << before << " " << residentKiBOf(share_->processId()) << std::endl;
 
     // It may have got the file into any state, but not the device: another object of the same guest works.
     guest.ask(nfs::fileRelease(1));
