@@ -11,6 +11,7 @@ namespace {
 using namespace std::chrono_literals;
 
 const std::string kService = "FileTransfer";
+const Bytes kOurMake = text("Tunesift");
 constexpr auto kBeaconInterval = 200ms;
 constexpr int kTurnMilliseconds = 10;  // at the most between two looks at the beacons
 constexpr std::chrono::seconds kGuard(60);
@@ -177,6 +178,9 @@ void PeerDevice::hear()
         const Bytes& bytes = heard->bytes;
         constexpr std::size_t kLeast = 22;
         if (bytes.size() < kLeast || bytes.compare(0, 4, "eboD") != 0)
+            continue;
+        // Several of this make leave each other alone: what they want to talk to is ours.
+        if (bytes.find(kOurMake) == Bytes::npos)
             continue;
         const Uuid other = uuidAt(bytes, 4);
         const auto port = static_cast<std::uint16_t>(numberAt(bytes, bytes.size() - 2, 2));
