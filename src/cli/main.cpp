@@ -97,8 +97,6 @@ int main(int argc, char** argv)
     // Qt's own event loop instead of GLib's: nothing here needs the latter, and each turn of it costs more.
     qputenv("QT_NO_GLIB", "1");
     // Paths are UTF-8 for the worker, so they are for us, whatever the locale says.
-    // Qt's own event loop instead of GLib's: each turn of it costs less.
-    qputenv("QT_NO_GLIB", "1");
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     QStringList arguments;  // QCoreApplication would lose what is not UTF-8
     for (int i = 0; i < argc; ++i)

@@ -21,6 +21,9 @@ using eboDiscoverer::sameAddress;
 
 constexpr qint64 kMostSentAtOnce = 16384;
 
+/// As the log names every way of sending.
+constexpr const char* kWrite = "bool eboNetworkExchange::Service::write(const QByteArray&, bool)";
+
 /// The way that a stream goes; nothing once it has lost its socket.
 std::optional<AddressPair> wayOf(const PacketStream& stream)
 {
@@ -241,7 +244,7 @@ bool Service::write(const QByteArray& data, bool blocking)
         }
         bool result = false;
         if (!calls_->call(this, [this, &data, &result] { result = write(data, true); }))
-            qCWarning(ebo::log::networkDirectory) << Q_FUNC_INFO << "failed because host no longer available";
+            qCWarning(ebo::log::networkDirectory) << kWrite << "failed because host no longer available";
         return result;
     }
 
@@ -279,18 +282,18 @@ Service::Carrier Service::send(const QByteArray& data)
 {
     const ebo::refptr<Host> host = host_.promote();
     if (!host) {
-        qCWarning(ebo::log::networkDirectory) << Q_FUNC_INFO << "failed because host no longer available";
+        qCWarning(ebo::log::networkDirectory) << kWrite << "failed because host no longer available";
         return {};
     }
     const AddressPair lowest = host->lowestPingWay();
     const Carrier chosen = carrier(lowest);
     if (!chosen.stream) {
-        qCWarning(ebo::log::networkDirectory) << Q_FUNC_INFO << "failed to write, no streams available";
+        qCWarning(ebo::log::networkDirectory) << kWrite << "failed to write, no streams available";
         return {};
     }
     if (lowest.local.isNull() || lowest.remote.isNull()) {
         qCWarning(ebo::log::networkDirectory)
-            << Q_FUNC_INFO << "failed because there is no lowest ping connection (Remote Id:" << host->uuid()
+            << kWrite << "failed because there is no lowest ping connection (Remote Id:" << host->uuid()
             << ")";
         return {};
     }
