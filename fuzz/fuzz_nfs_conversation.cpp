@@ -32,8 +32,9 @@ struct World {
     {
         collector.start();
         nfs = eboNfs::create(ebo::makeRef<QuietNetwork>(), factory);
-        discovered = ebo::makeRef<eboDiscoverer::Host>(QUuid::createUuid(), QStringLiteral("peer"), 1,
-                                                       QStringLiteral("1"), QStringLiteral("Fuzzer"));
+        discovered =
+            ebo::makeRef<eboDiscoverer::Host>(QUuid::createUuid(), QStringLiteral("peer"), quint16{1},
+                                              QStringLiteral("1"), QStringLiteral("Fuzzer"));
         host = ebo::makeRef<eboNetworkExchange::Host>(discovered, QUuid::createUuid(), calls);
         host->setConnected(true);
         host->findOrMakeService(eboNfsHost::serviceId(), 0);
