@@ -3,6 +3,9 @@
 #include <QBuffer>
 #include <QDataStream>
 
+#include <algorithm>
+#include <climits>
+
 namespace eboNfsMessages {
 
 namespace {
@@ -98,9 +101,29 @@ void takeDirectoryInfo(QDataStream& stream, Message& message)
         message.fileSizeLimit = takeInt64(stream);
 }
 
+/// Field by field: of a time in a named zone, which no file has, Qt makes a moment that it cannot print.
+void takeTime(QDataStream& stream, QDateTime& time)
+{
+    constexpr qint32 kMostOffset = 14 * 60 * 60;  // seconds; as far from UTC as any clock
+    qint64 day = 0;
+    quint32 milliseconds = 0;
+    qint8 spec = Qt::LocalTime;
+    qint32 offset = 0;
+    stream >> day >> milliseconds >> spec;
+    if (spec == Qt::OffsetFromUTC)
+        stream >> offset;
+    if (spec < Qt::LocalTime || spec > Qt::OffsetFromUTC || offset < -kMostOffset || offset > kMostOffset)
+        return reject(stream);
+    const auto sinceMidnight = static_cast<int>(std::min<quint32>(milliseconds, INT_MAX));
+    time = QDateTime(QDate::fromJulianDay(day), QTime::fromMSecsSinceStartOfDay(sinceMidnight),
+                     static_cast<Qt::TimeSpec>(spec), offset);
+}
+
 void takeTimes(QDataStream& stream, Message& message)
 {
-    stream >> message.ctime >> message.mtime >> message.atime;
+    takeTime(stream, message.ctime);
+    takeTime(stream, message.mtime);
+    takeTime(stream, message.atime);
 }
 
 void writeBody(QDataStream& stream, const Message& message)

@@ -347,6 +347,34 @@ TEST(MessageStream, AWriteMayLieAnywhereButIsABlockAtMost)
               kInvalid);
 }
 
+QByteArray infoWithTime(const QByteArray& time)
+{
+    return hex("666c7478 00000001 00000001 01 00 00000000") + time + time + time + hex("0000000000000007");
+}
+
+TEST(MessageStream, TimesMayBeOfAnyPlaceButOfNoNamedZone)
+{
+    const QByteArray moment = hex("00000000002584e3 00a8888e");
+    EXPECT_EQ(read(infoWithTime(moment + hex("00"))).ctime, QDateTime(QDate(2020, 1, 2), QTime(3, 4, 5, 6)));
+    EXPECT_EQ(read(infoWithTime(moment + hex("02 00000e10"))).ctime,
+              QDateTime(QDate(2020, 1, 2), QTime(3, 4, 5, 6), Qt::OffsetFromUTC, 3600));
+    EXPECT_EQ(read(infoWithTime(moment + hex("02 00ffffff"))).type, kInvalid);
+    EXPECT_EQ(read(infoWithTime(moment + hex("03 00000002 0041"))).type, kInvalid);
+    EXPECT_EQ(read(infoWithTime(moment + hex("04"))).type, kInvalid);
+    EXPECT_EQ(read(infoWithTime(moment + hex("ff"))).type, kInvalid);
+}
+
+TEST(MessageStream, MomentsThatThereNeverWereAreNone)
+{
+    const Message none = read(infoWithTime(hex("8000000000000000 ffffffff 00")));
+    EXPECT_EQ(none.type, eInfo);
+    EXPECT_FALSE(none.ctime.isValid());
+    EXPECT_EQ(none.size, 7);
+    const Message late = read(infoWithTime(hex("7fffffffffffffff 05265c00 01")));
+    EXPECT_EQ(late.type, eInfo);
+    EXPECT_FALSE(late.mtime.isValid());
+}
+
 TEST(MessageStream, NullTextsArriveAsNull)
 {
     EXPECT_EQ(toPacket(Message(eDeviceInfo, 0)).toHex(), hex("666c7478 00000000 00000008 ffffffff").toHex());
