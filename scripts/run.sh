@@ -8,6 +8,6 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 (
     cd "$root"
     cmake --preset release -DTUNESIFT_BENCH=OFF -DTUNESIFT_TESTS=OFF -B build >/dev/null
-    cmake --build build --target tunesift tunesift-worker
+    cmake --build build --target tunesift tunesift-worker tunesift-probe
 ) >&2
 exec "$root/build/bin/tunesift" "$@"
