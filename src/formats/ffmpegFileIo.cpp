@@ -38,8 +38,8 @@ int ffmpegFileIo::read(void* opaque, std::uint8_t* buffer, int size)
 {
     auto& file = *static_cast<eboFile*>(opaque);
     const auto count = static_cast<int>(file.read(buffer, std::min(size, kBufferBytes)));
-    // What a device that has gone can no longer give reads as zeros, in files as long as it has said: not to be
-    // searched to their end for another chunk.
+    // What a device that has gone can no longer give reads as zeros, in files as long as it has said: not to
+    // be searched to their end for another chunk.
     if (file.hasLostData())
         return AVERROR(EIO);
     if (count == 0)

@@ -7,8 +7,8 @@ namespace {
 
 constexpr int kMostShards = 1000000;
 
-/// FNV-1a of 64 bits, and the finisher of MurmurHash3, which brings every bit into the lowest: similar names go
-/// different ways. The same on every machine for ever.
+/// FNV-1a of 64 bits, and the finisher of MurmurHash3, which brings every bit into the lowest: similar names
+/// go different ways. The same on every machine for ever.
 quint64 hashOf(const QByteArray& bytes)
 {
     constexpr quint64 kOffset = 0xcbf29ce484222325;
