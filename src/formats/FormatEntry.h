@@ -1,6 +1,7 @@
 #pragma once
 
 #include "file/eboFileFactory.h"
+#include "formats/DecodingOptions.h"
 #include "formats/eboFormatReader.h"
 #include "runtime/refptr.h"
 
@@ -17,7 +18,7 @@ struct FormatEntry {
 
     /// A reader for the file; null if the file cannot be opened.
     /// Throws eboFormatReader::FileUnsupported if the file is not what its name promises.
-    std::function<ebo::refptr<eboFormatReader>(const QString& path,
-                                               const ebo::refptr<eboFileFactory>& factory)>
+    std::function<ebo::refptr<eboFormatReader>(
+        const QString& path, const ebo::refptr<eboFileFactory>& factory, const DecodingOptions& options)>
         createReader;
 };

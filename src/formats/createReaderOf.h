@@ -1,6 +1,7 @@
 #pragma once
 
 #include "file/eboFileFactory.h"
+#include "formats/DecodingOptions.h"
 #include "formats/eboFormatReader.h"
 #include "runtime/refptr.h"
 
@@ -8,7 +9,8 @@
 
 /// What an entry of the registry does to make a Reader of its own: see FormatEntry::createReader.
 template <typename Reader>
-ebo::refptr<eboFormatReader> createReaderOf(const QString& path, const ebo::refptr<eboFileFactory>& factory)
+ebo::refptr<eboFormatReader> createReaderOf(const QString& path, const ebo::refptr<eboFileFactory>& factory,
+                                            const DecodingOptions& /*options*/)
 {
     const ebo::refptr<eboFile> file = factory->open(path.toUtf8().constData(), eboFile::OpenRead);
     if (!file)

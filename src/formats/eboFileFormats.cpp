@@ -17,13 +17,13 @@ eboFileFormats::eboFileFormats(ebo::refptr<eboFileFactory> factory, std::vector<
     : factory_(factory ? std::move(factory) : ebo::makeRef<eboFileFactory>()), entries_(std::move(entries))
 {}
 
-ebo::refptr<eboFormatReader> eboFileFormats::createReader(const QString& path)
+ebo::refptr<eboFormatReader> eboFileFormats::createReader(const QString& path, const DecodingOptions& options)
 {
     for (const FormatEntry& entry : entries_) {
         if (!entry.canRead(path))
             continue;
         try {
-            return ebo::dynamicCast<eboAudioFormatReader>(entry.createReader(path, factory_));
+            return ebo::dynamicCast<eboAudioFormatReader>(entry.createReader(path, factory_, options));
         } catch (const eboFormatReader::FileUnsupported& refusal) {
             qCDebug(ebo::log::fileFormats)
                 << "Failed to create reader for file" << path << ":" << refusal.what();

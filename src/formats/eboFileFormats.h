@@ -23,7 +23,8 @@ public:
 
     /// A reader for the file at the path, always an eboAudioFormatReader; null, with a log line, if the file
     /// cannot be opened or no format fits. A format whose decoder refuses the contents is passed over.
-    [[nodiscard]] ebo::refptr<eboFormatReader> createReader(const QString& path);
+    [[nodiscard]] ebo::refptr<eboFormatReader> createReader(const QString& path,
+                                                            const DecodingOptions& options = {});
 
 private:
     const ebo::refptr<eboFileFactory> factory_;

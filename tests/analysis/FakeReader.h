@@ -67,7 +67,8 @@ inline ebo::refptr<eboFileFormats> formatsThatPlay(const std::shared_ptr<FakeTra
     FormatEntry entry;
     entry.extensions = QStringLiteral("fake");
     entry.canRead = [](const QString& /*path*/) { return true; };
-    entry.createReader = [track](const QString& /*path*/, const ebo::refptr<eboFileFactory>& /*factory*/) {
+    entry.createReader = [track](const QString& /*path*/, const ebo::refptr<eboFileFactory>& /*factory*/,
+                                 const DecodingOptions& /*options*/) {
         return ebo::refptr<eboFormatReader>(ebo::makeRef<FakeReader>(track));
     };
     return ebo::makeRef<eboFileFormats>(ebo::refptr<eboFileFactory>(), std::vector{entry});

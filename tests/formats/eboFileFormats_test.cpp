@@ -79,7 +79,8 @@ protected:
     {
         FormatEntry result;
         result.canRead = [=](const QString& /*path*/) { return wants; };
-        result.createReader = [=, this](const QString& /*path*/, const auto& /*factory*/) {
+        result.createReader = [=, this](const QString& /*path*/, const auto& /*factory*/,
+                                        const auto& /*options*/) {
             tried_.push_back(name);
             return make();
         };
