@@ -27,10 +27,13 @@ target_precompile_headers(tunesift_pch PRIVATE
     <algorithm> <array> <atomic> <cmath> <cstdint> <functional> <map> <memory> <mutex> <optional> <string>
     <utility> <vector>)
 
-# tunesift_library(NAME [LINK targets...]): the folder's sources as the static library tunesift_NAME.
+# tunesift_library(NAME [LINK targets...] [ROOMS folders...]): the sources of the folder, and of the rooms inside it
+# that are named, as the static library tunesift_NAME.
 function(tunesift_library name)
-    cmake_parse_arguments(arg "" "" "LINK" ${ARGN})
-    file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
+    cmake_parse_arguments(arg "" "" "LINK;ROOMS" ${ARGN})
+    list(TRANSFORM arg_ROOMS APPEND "/*.cpp" OUTPUT_VARIABLE rooms)
+    list(TRANSFORM arg_ROOMS APPEND "/*.h" OUTPUT_VARIABLE room_headers)
+    file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h ${rooms} ${room_headers})
     add_library(tunesift_${name} STATIC ${sources})
     target_link_libraries(tunesift_${name} PUBLIC tunesift_common ${arg_LINK})
     target_precompile_headers(tunesift_${name} REUSE_FROM tunesift_pch)

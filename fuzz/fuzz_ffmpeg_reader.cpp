@@ -1,7 +1,7 @@
 // Any bytes as the contents of an audio file: opening, reading and seeking end cleanly.
 
-#include "formats/ffmpegFileReader.h"
-#include "formats/prepareFfmpeg.h"
+#include "formats/ffmpeg/ffmpegFileReader.h"
+#include "formats/ffmpeg/prepareFfmpeg.h"
 #include "readHereAndThere.h"
 #include "support/MemoryFile.h"
 

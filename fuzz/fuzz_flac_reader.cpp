@@ -1,8 +1,8 @@
 // Any bytes as the contents of a FLAC file, native and inside Ogg: opening, reading and seeking end cleanly.
 // The checksums of Ogg's pages are put right first, so that what changes gets past them.
 
-#include "formats/flacFileReader.h"
-#include "formats/oggPages.h"
+#include "formats/flac/flacFileReader.h"
+#include "formats/ogg/oggPages.h"
 #include "readHereAndThere.h"
 #include "support/MemoryFile.h"
 

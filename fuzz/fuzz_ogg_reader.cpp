@@ -1,8 +1,8 @@
 // Any bytes as the contents of an Ogg Vorbis file: opening, reading and seeking end cleanly. The pages'
 // checksums are put right first, so that what changes gets past them.
 
-#include "formats/oggFileReader.h"
-#include "formats/oggPages.h"
+#include "formats/ogg/oggFileReader.h"
+#include "formats/ogg/oggPages.h"
 #include "readHereAndThere.h"
 #include "support/MemoryFile.h"
 

@@ -1,9 +1,9 @@
 #include "formats/eboFileFormats.h"
 
 #include "formats/eboAudioFormatReader.h"
-#include "formats/ffmpegFormat.h"
-#include "formats/flacFormat.h"
-#include "formats/oggFormat.h"
+#include "formats/ffmpeg/ffmpegFormat.h"
+#include "formats/flac/flacFormat.h"
+#include "formats/ogg/oggFormat.h"
 #include "runtime/logCategories.h"
 
 #include <exception>

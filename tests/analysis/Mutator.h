@@ -1,6 +1,6 @@
 #pragma once
 
-#include "formats/oggPages.h"
+#include "formats/ogg/oggPages.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
 #include "formats/eboFileFormats.h"
 
 #include "formats/eboAudioFormatReader.h"
-#include "formats/ffmpegFileReader.h"
-#include "formats/flacFileReader.h"
-#include "formats/oggFileReader.h"
+#include "formats/ffmpeg/ffmpegFileReader.h"
+#include "formats/flac/flacFileReader.h"
+#include "formats/ogg/oggFileReader.h"
 #include "support/AudioFiles.h"
 #include "support/LogCapture.h"
 #include "support/MemoryFile.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "formats/ffmpegHandles.h"
+#include "formats/ffmpeg/ffmpegHandles.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
-#include "formats/ffmpegInput.h"
+#include "formats/ffmpeg/ffmpegInput.h"
 
 #include "formats/eboFormatReader.h"
-#include "formats/ffmpegTime.h"
+#include "formats/ffmpeg/ffmpegTime.h"
 
 #include <limits>
 

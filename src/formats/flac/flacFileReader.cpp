@@ -1,4 +1,4 @@
-#include "formats/flacFileReader.h"
+#include "formats/flac/flacFileReader.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,7 +1,7 @@
-#include "formats/flacFileReader.h"
+#include "formats/flac/flacFileReader.h"
 
 #include "formats/FaultyFile.h"
-#include "formats/flacBytes.h"
+#include "formats/flac/flacBytes.h"
 #include "formats/readers.h"
 #include "support/AudioFiles.h"
 #include "support/LogCapture.h"

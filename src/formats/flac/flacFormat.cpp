@@ -1,7 +1,7 @@
-#include "formats/flacFormat.h"
+#include "formats/flac/flacFormat.h"
 
 #include "formats/createReaderOf.h"
-#include "formats/flacFileReader.h"
+#include "formats/flac/flacFileReader.h"
 
 FormatEntry flacFormat()
 {

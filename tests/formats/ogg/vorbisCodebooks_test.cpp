@@ -1,6 +1,6 @@
-#include "formats/vorbisCodebooks.h"
+#include "formats/ogg/vorbisCodebooks.h"
 
-#include "formats/oggPages.h"
+#include "formats/ogg/oggPages.h"
 #include "formats/readers.h"
 #include "support/AudioFiles.h"
 #include "support/TempDir.h"

@@ -1,6 +1,6 @@
-#include "formats/ffmpegFileReader.h"
+#include "formats/ffmpeg/ffmpegFileReader.h"
 
-#include "formats/ffmpegTime.h"
+#include "formats/ffmpeg/ffmpegTime.h"
 
 #include <algorithm>
 #include <limits>

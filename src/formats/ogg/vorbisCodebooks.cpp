@@ -1,4 +1,4 @@
-#include "formats/vorbisCodebooks.h"
+#include "formats/ogg/vorbisCodebooks.h"
 
 #include <algorithm>
 #include <cstddef>

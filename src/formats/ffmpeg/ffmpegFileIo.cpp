@@ -1,4 +1,4 @@
-#include "formats/ffmpegFileIo.h"
+#include "formats/ffmpeg/ffmpegFileIo.h"
 
 #include "formats/eboFormatReader.h"
 #include "formats/seekFrom.h"

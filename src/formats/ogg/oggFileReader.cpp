@@ -1,7 +1,7 @@
-#include "formats/oggFileReader.h"
+#include "formats/ogg/oggFileReader.h"
 
 #include "formats/fixedPointToFloat.h"
-#include "formats/isSoundVorbisFile.h"
+#include "formats/ogg/isSoundVorbisFile.h"
 #include "formats/seekFrom.h"
 
 #include <QDebug>

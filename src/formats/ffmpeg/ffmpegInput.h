@@ -1,8 +1,8 @@
 #pragma once
 
 #include "file/eboFile.h"
-#include "formats/ffmpegFileIo.h"
-#include "formats/ffmpegHandles.h"
+#include "formats/ffmpeg/ffmpegFileIo.h"
+#include "formats/ffmpeg/ffmpegHandles.h"
 
 #include <cstdint>
 #include <vector>

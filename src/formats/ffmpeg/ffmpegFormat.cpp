@@ -1,8 +1,8 @@
-#include "formats/ffmpegFormat.h"
+#include "formats/ffmpeg/ffmpegFormat.h"
 
 #include "formats/createReaderOf.h"
-#include "formats/ffmpegFileReader.h"
-#include "formats/prepareFfmpeg.h"
+#include "formats/ffmpeg/ffmpegFileReader.h"
+#include "formats/ffmpeg/prepareFfmpeg.h"
 
 #include <QRegularExpression>
 

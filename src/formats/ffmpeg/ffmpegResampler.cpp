@@ -1,4 +1,4 @@
-#include "formats/ffmpegResampler.h"
+#include "formats/ffmpeg/ffmpegResampler.h"
 
 #include "formats/eboFormatReader.h"
 

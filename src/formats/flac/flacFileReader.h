@@ -3,7 +3,7 @@
 #include "file/eboFile.h"
 #include "formats/LockedFile.h"
 #include "formats/eboAudioFormatReader.h"
-#include "formats/flacStream.h"
+#include "formats/flac/flacStream.h"
 #include "runtime/refptr.h"
 
 #include <cstdint>

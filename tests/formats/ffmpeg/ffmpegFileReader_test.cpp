@@ -1,4 +1,4 @@
-#include "formats/ffmpegFileReader.h"
+#include "formats/ffmpeg/ffmpegFileReader.h"
 
 #include "formats/readers.h"
 #include "support/AudioFiles.h"

@@ -1,4 +1,4 @@
-#include "formats/flacStream.h"
+#include "formats/flac/flacStream.h"
 
 #include "formats/eboFormatReader.h"
 #include "formats/fixedPointToFloat.h"

@@ -1,4 +1,4 @@
-#include "formats/prepareFfmpeg.h"
+#include "formats/ffmpeg/prepareFfmpeg.h"
 
 #include <cstdarg>
 #include <cstddef>

@@ -1,7 +1,7 @@
-#include "formats/oggFileReader.h"
+#include "formats/ogg/oggFileReader.h"
 
 #include "formats/FaultyFile.h"
-#include "formats/oggPages.h"
+#include "formats/ogg/oggPages.h"
 #include "formats/readers.h"
 #include "support/AudioFiles.h"
 #include "support/LogCapture.h"

@@ -1,6 +1,6 @@
-#include "formats/isSoundVorbisFile.h"
+#include "formats/ogg/isSoundVorbisFile.h"
 
-#include "formats/vorbisCodebooks.h"
+#include "formats/ogg/vorbisCodebooks.h"
 
 #include <algorithm>
 #include <cstdint>

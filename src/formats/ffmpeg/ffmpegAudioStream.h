@@ -1,8 +1,8 @@
 #pragma once
 
-#include "formats/ffmpegHandles.h"
-#include "formats/ffmpegInput.h"
-#include "formats/ffmpegResampler.h"
+#include "formats/ffmpeg/ffmpegHandles.h"
+#include "formats/ffmpeg/ffmpegInput.h"
+#include "formats/ffmpeg/ffmpegResampler.h"
 
 #include <cstdint>
 #include <memory>

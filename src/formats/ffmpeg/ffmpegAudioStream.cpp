@@ -1,7 +1,7 @@
-#include "formats/ffmpegAudioStream.h"
+#include "formats/ffmpeg/ffmpegAudioStream.h"
 
 #include "formats/eboFormatReader.h"
-#include "formats/ffmpegTime.h"
+#include "formats/ffmpeg/ffmpegTime.h"
 #include "formats/mixToMono.h"
 
 #include <algorithm>

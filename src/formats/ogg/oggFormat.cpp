@@ -1,7 +1,7 @@
-#include "formats/oggFormat.h"
+#include "formats/ogg/oggFormat.h"
 
 #include "formats/createReaderOf.h"
-#include "formats/oggFileReader.h"
+#include "formats/ogg/oggFileReader.h"
 
 FormatEntry oggFormat()
 {

@@ -1,6 +1,6 @@
 #include "formats/FaultyFile.h"
 #include "formats/eboFileFormats.h"
-#include "formats/ffmpegFileReader.h"
+#include "formats/ffmpeg/ffmpegFileReader.h"
 #include "formats/readers.h"
 #include "support/AudioFiles.h"
 #include "support/LogCapture.h"
