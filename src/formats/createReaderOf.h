@@ -10,10 +10,10 @@
 /// What an entry of the registry does to make a Reader of its own: see FormatEntry::createReader.
 template <typename Reader>
 ebo::refptr<eboFormatReader> createReaderOf(const QString& path, const ebo::refptr<eboFileFactory>& factory,
-                                            const DecodingOptions& /*options*/)
+                                            const DecodingOptions& options)
 {
     const ebo::refptr<eboFile> file = factory->open(path.toUtf8().constData(), eboFile::OpenRead);
     if (!file)
         return nullptr;
-    return ebo::makeRef<Reader>(file);
+    return ebo::makeRef<Reader>(file, options);
 }

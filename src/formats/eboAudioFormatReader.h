@@ -1,5 +1,6 @@
 #pragma once
 
+#include "formats/TrackLength.h"
 #include "formats/eboFormatReader.h"
 
 #include <cstdint>
@@ -9,7 +10,7 @@
 /// in all channels, a sample one moment in one channel; frame 0 is the first that the decoder delivers, with
 /// an encoder's priming left out.
 ///
-/// Reads report by a short count, which means the end of the data or a failure; the two are not told apart.
+/// Reads report by a short count, which means the end of the data or a failure; hasLostData tells them apart.
 /// Reading on from where the last read ended is the fast way; any other frame costs a seek. A reader is used
 /// by one thread at a time.
 class eboAudioFormatReader : public eboFormatReader {
@@ -25,8 +26,16 @@ public:
     /// Priming frames that the source tells of, 0 if it tells of none.
     [[nodiscard]] virtual int encoderDelay() const = 0;
 
-    /// Whether the file went away while it was read: what came since may end early or be no sound of it.
+    /// Whether the file could not be read where it has sound, because it went away, its disk failed, or
+    /// whoever wanted it gave up: what came since may end early or be no sound of it. Stays so.
     [[nodiscard]] virtual bool hasLostData() const { return false; }
+
+    enum class DigestVerdict { kNotCompared, kSame, kDiffers };
+
+    /// How the digest of the sound that the file carries compares with what was decoded. Only of use for a
+    /// reader that was asked for it and read from the first frame to the last in sequence; nothing can be
+    /// read afterwards.
+    [[nodiscard]] virtual DigestVerdict digestVerdict() { return DigestVerdict::kNotCompared; }
 
     /// Audio streams in the file.
     [[nodiscard]] virtual std::uint32_t audioStreamCount() const = 0;
@@ -34,9 +43,12 @@ public:
     /// Reads the index-th audio stream of the file from now on. Nothing changes if that cannot be decoded.
     virtual void selectAudioStream(std::uint32_t index) = 0;
 
-    /// Length in frames as the file announces it, the decoder may deliver a little less or more; 2^32 - 1 for
-    /// that and everything above.
+    /// Length in frames as it is announced, the decoder may deliver a little less or more; 2^32 - 1 for that
+    /// and everything above, 0 where it could not be found out.
     [[nodiscard]] virtual std::uint32_t length() const = 0;
+
+    /// The same with all that is known about it.
+    [[nodiscard]] virtual TrackLength trackLength() const { return TrackLength::stated(length()); }
 
     /// `length` in samples.
     [[nodiscard]] std::uint64_t sampleCount() const;

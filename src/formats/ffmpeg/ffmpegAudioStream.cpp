@@ -26,6 +26,11 @@ constexpr int kPacketsBetweenFrames = 10000;
 constexpr int kPreRoll = 3;
 constexpr int kMp3PreRoll = 24;
 
+bool isMpeg(AVCodecID codec)
+{
+    return codec == AV_CODEC_ID_MP1 || codec == AV_CODEC_ID_MP2 || codec == AV_CODEC_ID_MP3;
+}
+
 int skipCountOf(const AVPacket& packet)
 {
     std::size_t size = 0;
@@ -61,36 +66,57 @@ void ffmpegAudioStream::openDecoder()
 
 void ffmpegAudioStream::decodeFirst()
 {
-    if (!decodeNext(kPacketsToFirstFrame))
+    shape_.channels = stream_.codecpar->ch_layout.nb_channels;
+    shape_.sampleRate = stream_.codecpar->sample_rate;
+    if (decodeNext(kPacketsToFirstFrame) != Step::kBlock)
         throw FileUnsupported("FFMPEG");
-    channels_ = frame_->ch_layout.nb_channels;
-    sampleRate_ = frame_->sample_rate;
-    format_ = static_cast<AVSampleFormat>(frame_->format);
-    if (channels_ > kMostChannels || av_get_bytes_per_sample(format_) <= 0)
-        throw FileUnsupported("FFMPEG");
-    floatResampler_.emplace(channels_, sampleRate_, format_, ffmpegResampler::Output::Interleaved);
-    startOffset_ = frame_->pts != AV_NOPTS_VALUE ? frameStart() : 0;
+    isFirstWaiting_ = true;
+    floatResampler_.emplace(shape_.channels, shape_.sampleRate, shape_.format,
+                            ffmpegResampler::Output::Interleaved);
 }
 
-/// Decodes until a frame has come. False at the end of the data and on failures that are no packet's fault.
-bool ffmpegAudioStream::decodeNext(int packetLimit)
+ffmpegAudioStream::Step ffmpegAudioStream::next()
 {
-    consumed_ = 0;
+    if (std::exchange(isFirstWaiting_, false))
+        return Step::kBlock;
+    return decodeNext(kPacketsBetweenFrames);
+}
+
+/// Decodes until a frame has come.
+ffmpegAudioStream::Step ffmpegAudioStream::decodeNext(int packetLimit)
+{
     for (int packets = 0; packets <= packetLimit;) {
+        if (reshaper_ && reshaper_->give(*frame_))
+            return Step::kBlock;
         const int received = avcodec_receive_frame(codec_.get(), frame_.get());
         if (received == 0) {
-            if (isExpectedShape())
-                return true;
+            // The decoder of mp3 labels a frame with the rate of the one before.
+            if (isMpeg(codec_->codec_id))
+                frame_->sample_rate = codec_->sample_rate;
+            if (!isUsable())
+                continue;
+            if (!reshaper_ && ffmpegShape::of(*frame_) == shape_)
+                return Step::kBlock;
+            if (!reshaper_)
+                reshaper_.emplace(shape_);
+            countsAlone_ = true;
+            if (!reshaper_->take(*frame_))
+                return Step::kFailed;
             continue;
         }
-        // Any error but this one refuses the last packet, and the next may be better.
-        if (received == AVERROR_EOF || received == AVERROR(ENOMEM))
+        if (received == AVERROR(ENOMEM))
+            return Step::kFailed;
+        if (received == AVERROR_EOF) {
+            if (reshaper_ && (!reshaper_->finish() || reshaper_->give(*frame_)))
+                return frame_->nb_samples > 0 ? Step::kBlock : Step::kFailed;
             break;
+        }
+        // Any other error refuses the last packet, and the next may be better.
         feed();
         ++packets;
     }
     av_frame_unref(frame_.get());
-    return false;
+    return input_->hasFailed() ? Step::kFailed : Step::kEnd;
 }
 
 /// Gives the decoder the next packet, or the end of the data after the last one.
@@ -100,109 +126,113 @@ void ffmpegAudioStream::feed()
         avcodec_send_packet(codec_.get(), nullptr);
         return;
     }
-    if (channels_ == 0 && skipCount_ == 0)
+    if (!std::exchange(hasPacket_, true)) {
+        firstByte_ = packet_->pos;
+        if (packet_->pts != AV_NOPTS_VALUE)
+            firstStamp_ = ffmpeg::toFrames(packet_->pts, stream_.time_base, stream_.codecpar->sample_rate);
+    }
+    if (shape_.format == AV_SAMPLE_FMT_NONE && skipCount_ == 0)
         skipCount_ = skipCountOf(*packet_);
     // A refusal shows at the next attempt to receive, as a want of more data.
     avcodec_send_packet(codec_.get(), packet_.get());
     av_packet_unref(packet_.get());
 }
 
-bool ffmpegAudioStream::isExpectedShape() const
+/// Whether the frame holds anything. The first that does settles what was not found before.
+bool ffmpegAudioStream::isUsable()
 {
-    if (frame_->nb_samples <= 0 || frame_->sample_rate <= 0 || frame_->ch_layout.nb_channels <= 0)
+    const ffmpegShape shape = ffmpegShape::of(*frame_);
+    if (frame_->nb_samples <= 0 || shape.sampleRate <= 0 || shape.channels <= 0)
         return false;
-    return channels_ == 0 || (frame_->ch_layout.nb_channels == channels_ &&
-                              frame_->sample_rate == sampleRate_ && frame_->format == format_);
+    if (shape_.format == AV_SAMPLE_FMT_NONE) {
+        shape_.format = shape.format;
+        shape_.channels = shape_.channels > 0 ? shape_.channels : shape.channels;
+        shape_.sampleRate = shape_.sampleRate > 0 ? shape_.sampleRate : shape.sampleRate;
+        if (shape_.channels > kMostChannels || av_get_bytes_per_sample(shape_.format) <= 0)
+            throw FileUnsupported("FFMPEG");
+        startOffset_ = frame_->pts != AV_NOPTS_VALUE ? frameStart() : 0;
+    }
+    return true;
+}
+
+int ffmpegAudioStream::pcmFrameBytes() const { return isPcm() ? stream_.codecpar->block_align : 0; }
+
+bool ffmpegAudioStream::isPcm() const
+{
+    return codec_->codec_id >= AV_CODEC_ID_FIRST_AUDIO && codec_->codec_id < AV_CODEC_ID_ADPCM_IMA_QT;
+}
+
+std::int64_t ffmpegAudioStream::statedPriming() const
+{
+    // A stream that starts later in its container's time starts with sound: only what lies before the first
+    // frame and behind the container's zero is dropped.
+    return firstStamp_.value_or(0) <= 0 ? startOffset_ : 0;
+}
+
+std::int64_t ffmpegAudioStream::statedFrames() const
+{
+    const std::int64_t stated = input_->statedFrames(streamIndex_, shape_.sampleRate);
+    return stated > 0 ? std::max(stated - statedPriming(), std::int64_t{0}) : 0;
 }
 
 bool ffmpegAudioStream::stampsLeadToFrames() const
 {
-    const AVRational oneFrame = {1, sampleRate_};
-    const bool isPcm =
-        codec_->codec_id >= AV_CODEC_ID_FIRST_AUDIO && codec_->codec_id < AV_CODEC_ID_ADPCM_IMA_QT;
-    return av_cmp_q(stream_.time_base, oneFrame) <= 0 && (isPcm || !input_->seeksByByteRate());
+    const AVRational oneFrame = {1, shape_.sampleRate};
+    return !countsAlone_ && av_cmp_q(stream_.time_base, oneFrame) <= 0 &&
+           (isPcm() || !input_->seeksByByteRate());
 }
 
 std::int64_t ffmpegAudioStream::frameStart() const
 {
-    return ffmpeg::toFrames(frame_->pts, stream_.time_base, sampleRate_);
+    return ffmpeg::toFrames(frame_->pts, stream_.time_base, shape_.sampleRate);
 }
 
-/// Takes the next frames by convert(first frame in the decoded block, frames, frames taken before), which
-/// says whether it succeeded.
-template <typename Convert>
-std::int64_t ffmpegAudioStream::takeBy(std::int64_t frames, Convert convert)
+std::int64_t ffmpegAudioStream::blockStart() const
 {
-    std::int64_t taken = 0;
-    while (taken < frames) {
-        if (available() == 0 && !decodeNext(kPacketsBetweenFrames))
-            break;
-        const std::int64_t count = std::min(frames - taken, available());
-        if (!convert(consumed_, count, taken))
-            break;
-        consumed_ += count;
-        taken += count;
-    }
-    return taken;
+    // Frames before the first have negative numbers, and the one that is none.
+    if (frame_->pts == AV_NOPTS_VALUE)
+        return kUnknownFrame;
+    const std::int64_t start = frameStart() - startOffset_;
+    return start >= 0 ? start : kUnknownFrame;
 }
 
-std::int64_t ffmpegAudioStream::take(float* target, std::int64_t frames)
+ffmpegAudioStream::Arrival ffmpegAudioStream::goTo(std::int64_t frame)
 {
-    return takeBy(frames, [&](std::int64_t first, std::int64_t count, std::int64_t taken) {
-        float* const plane = target + taken * channels_;
-        return floatResampler_->convert(*frame_, first, count, &plane);
-    });
-}
-
-std::int64_t ffmpegAudioStream::takePlanarStereo(float* const* targets, std::int64_t frames)
-{
-    if (!planarResampler_)
-        planarResampler_.emplace(channels_, sampleRate_, format_, ffmpegResampler::Output::PlanarStereo);
-    return takeBy(frames, [&](std::int64_t first, std::int64_t count, std::int64_t taken) {
-        const std::array planes{targets[0] + taken, targets[1] + taken};
-        return planarResampler_->convert(*frame_, first, count, planes.data());
-    });
-}
-
-std::int64_t ffmpegAudioStream::takeMono(float* target, std::int64_t frames)
-{
-    return takeBy(frames, [&](std::int64_t first, std::int64_t count, std::int64_t taken) {
-        const auto plane = [&](int channel) {
-            return reinterpret_cast<const float*>(frame_->extended_data[channel]) + first;
-        };
-        const auto samples = static_cast<std::size_t>(count);
-        if (channels_ == 1)
-            mixToMono(plane(0), target + taken, samples, 1);
-        else
-            mixToMono(plane(0), plane(1), target + taken, samples);
-        return true;
-    });
-}
-
-std::int64_t ffmpegAudioStream::drop(std::int64_t frames)
-{
-    return takeBy(frames, [](auto...) { return true; });
-}
-
-ffmpegAudioStream::Seek ffmpegAudioStream::seek(std::int64_t frame)
-{
+    isFirstWaiting_ = false;
     const int preRoll = codec_->codec_id == AV_CODEC_ID_MP3 ? kMp3PreRoll : kPreRoll;
     const std::int64_t from = frame - std::int64_t{preRoll} * codec_->frame_size;
     if (from <= 0 || !stampsLeadToFrames())
-        return Seek::Unaligned;
-    if (!input_->seek(streamIndex_, ffmpeg::toStamp(from + startOffset_, stream_.time_base, sampleRate_)))
-        return Seek::Failed;
+        return Arrival::kUnknown;
+    if (!input_->seek(streamIndex_,
+                      ffmpeg::toStamp(from + startOffset_, stream_.time_base, shape_.sampleRate)))
+        return Arrival::kNowhere;
     avcodec_flush_buffers(codec_.get());
-    while (decodeNext(kPacketsBetweenFrames)) {
-        if (frame_->pts == AV_NOPTS_VALUE)
-            return Seek::Unaligned;
-        const std::int64_t start = frameStart() - startOffset_;
-        if (start > frame)
-            return Seek::Unaligned;
-        if (frame < start + frame_->nb_samples) {
-            consumed_ = frame - start;
-            return Seek::Done;
-        }
-    }
-    return Seek::Failed;
+    return Arrival::kNotBehind;
+}
+
+bool ffmpegAudioStream::interleave(std::int64_t first, std::int64_t count, FrameTarget& target)
+{
+    const FrameTarget::Room room =
+        target.put(static_cast<std::uint64_t>(count), static_cast<std::size_t>(shape_.channels));
+    return floatResampler_->convert(*frame_, first, count, &room.samples);
+}
+
+bool ffmpegAudioStream::planarStereo(std::int64_t first, std::int64_t count, float* const* targets)
+{
+    if (!planarResampler_)
+        planarResampler_.emplace(shape_.channels, shape_.sampleRate, shape_.format,
+                                 ffmpegResampler::Output::PlanarStereo);
+    return planarResampler_->convert(*frame_, first, count, targets);
+}
+
+void ffmpegAudioStream::mono(std::int64_t first, std::int64_t count, float* target) const
+{
+    const auto plane = [&](int channel) {
+        return reinterpret_cast<const float*>(frame_->extended_data[channel]) + first;
+    };
+    const auto samples = static_cast<std::size_t>(count);
+    if (shape_.channels == 1)
+        mixToMono(plane(0), target, samples, 1);
+    else
+        mixToMono(plane(0), plane(1), target, samples);
 }

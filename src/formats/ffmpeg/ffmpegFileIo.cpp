@@ -1,7 +1,6 @@
 #include "formats/ffmpeg/ffmpegFileIo.h"
 
 #include "formats/eboFormatReader.h"
-#include "formats/seekFrom.h"
 
 #include <algorithm>
 
@@ -16,12 +15,12 @@ constexpr int kBufferBytes = 4096;  // the unit in which remote files deliver
 
 }  // namespace
 
-ffmpegFileIo::ffmpegFileIo(eboFile& file)
+ffmpegFileIo::ffmpegFileIo(DecoderFeed& feed)
 {
-    file.seek(0);
+    (void)feed.seek(0);
     auto* buffer = static_cast<unsigned char*>(av_malloc(kBufferBytes));
     if (buffer != nullptr)
-        context_.reset(avio_alloc_context(buffer, kBufferBytes, 0, &file, &read, nullptr, &seek));
+        context_.reset(avio_alloc_context(buffer, kBufferBytes, 0, &feed, &read, nullptr, &seek));
     if (context_ == nullptr) {
         av_free(buffer);
         throw eboFormatReader::FileUnsupported("FFMPEG");
@@ -36,21 +35,22 @@ void ffmpegFileIo::FreeContext::operator()(AVIOContext* context) const
 
 int ffmpegFileIo::read(void* opaque, std::uint8_t* buffer, int size)
 {
-    auto& file = *static_cast<eboFile*>(opaque);
-    const auto count = static_cast<int>(file.read(buffer, std::min(size, kBufferBytes)));
-    // What a device that has gone can no longer give reads as zeros, in files as long as it has said: not to
-    // be searched to their end for another chunk.
-    if (file.hasLostData())
+    auto& feed = *static_cast<DecoderFeed*>(opaque);
+    const auto count =
+        static_cast<int>(feed.read(buffer, static_cast<std::size_t>(std::min(size, kBufferBytes))));
+    // Once a file has failed, the library shall not search what is left of it for another chunk; and what a
+    // device that has gone can no longer give reads as zeros.
+    if (feed.hasFailed())
         return AVERROR(EIO);
     if (count == 0)
-        return file.isReadable() ? AVERROR_EOF : AVERROR(EIO);
+        return feed.isReadable() ? AVERROR_EOF : AVERROR(EIO);
     return count < 0 ? AVERROR(EIO) : count;
 }
 
 std::int64_t ffmpegFileIo::seek(void* opaque, std::int64_t offset, int whence)
 {
-    auto& file = *static_cast<eboFile*>(opaque);
+    auto& feed = *static_cast<DecoderFeed*>(opaque);
     if (whence == AVSEEK_SIZE)
-        return file.size();
-    return seekFrom(file, offset, whence) ? file.pos() : -1;
+        return feed.size();
+    return feed.seek(offset, whence) ? feed.pos() : -1;
 }

@@ -1,19 +1,17 @@
 #include "formats/ffmpeg/ffmpegFileReader.h"
 
-#include "formats/ffmpeg/ffmpegTime.h"
+#include "formats/ffmpeg/countFrames.h"
+#include "formats/ffmpeg/fitsPcmBytes.h"
+#include "formats/ffmpeg/mpegAccount.h"
 
 #include <algorithm>
-#include <limits>
+#include <array>
 #include <string>
 #include <utility>
 
 namespace {
 
-// A known length is kept within the range of frame numbers.
-constexpr std::uint64_t kMostFrames = ffmpeg::kFarthestFrame;
-constexpr std::int64_t kUnknownPosition = -1;
 constexpr std::size_t kExtensionBytes = 4;
-constexpr std::int64_t kLastFrame = std::numeric_limits<std::uint32_t>::max();
 
 constexpr int kAacDelayFrames = 2112;  // what AAC encoders put before the sound if they do not say otherwise
 
@@ -29,21 +27,22 @@ ebo::refptr<eboFile> withoutWindowsMedia(ebo::refptr<eboFile> file)
 
 ffmpegFileReader::StreamFacts::StreamFacts(const ffmpegAudioStream& stream)
     : index(stream.index()), codecId(stream.codecId()), channels(stream.channels()),
-      sampleRate(stream.sampleRate()), startOffset(stream.startOffset()), skipCount(stream.skipCount())
+      sampleRate(stream.sampleRate()), startOffset(stream.startOffset()), skipCount(stream.skipCount()),
+      hasFloatPlanes(stream.hasFloatPlanes())
 {}
 
-ffmpegFileReader::ffmpegFileReader(ebo::refptr<eboFile> file, std::uint64_t knownFrames,
-                                   int wantedStreamIndex)
-    : file_(withoutWindowsMedia(std::move(file)), "FFMPEG")
+ffmpegFileReader::ffmpegFileReader(ebo::refptr<eboFile> file, const DecodingOptions& options,
+                                   std::optional<TrackLength> knownLength, int wantedStreamIndex)
+    : eboDecodedFileReader(withoutWindowsMedia(std::move(file)), "FFMPEG", options, DecoderFeed::kUnlimited)
 {
-    openStream(wantedStreamIndex, static_cast<std::int64_t>(std::min(knownFrames, kMostFrames)));
+    openStream(wantedStreamIndex, knownLength);
 }
 
 ffmpegFileReader::~ffmpegFileReader() = default;
 
-void ffmpegFileReader::openStream(int wantedStreamIndex, std::int64_t knownFrames)
+void ffmpegFileReader::openStream(int wantedStreamIndex, const std::optional<TrackLength>& knownLength)
 {
-    auto input = std::make_unique<ffmpegInput>(*file_);
+    auto input = std::make_unique<ffmpegInput>(feed());
     audioStreams_ = input->audioStreams();
     std::vector<int> candidates = audioStreams_;
     if (wantedStreamIndex != kFirstUsableStream) {
@@ -54,49 +53,83 @@ void ffmpegFileReader::openStream(int wantedStreamIndex, std::int64_t knownFrame
     for (const int index : candidates) {
         // A failed attempt has used the input up.
         if (input == nullptr)
-            input = std::make_unique<ffmpegInput>(*file_);
-        if (tryStream(std::move(input), index, knownFrames))
+            input = std::make_unique<ffmpegInput>(feed());
+        if (tryStream(std::move(input), index, knownLength))
             return;
     }
     throw FileUnsupported("FFMPEG");
 }
 
 bool ffmpegFileReader::tryStream(std::unique_ptr<ffmpegInput> input, int streamIndex,
-                                 std::int64_t knownFrames)
+                                 const std::optional<TrackLength>& knownLength)
 {
+    std::unique_ptr<ffmpegAudioStream> opened;
     try {
-        stream_ = std::make_unique<ffmpegAudioStream>(std::move(input), streamIndex);
+        opened = std::make_unique<ffmpegAudioStream>(std::move(input), streamIndex);
     } catch (const FileUnsupported&) {
         return false;
     }
-    facts_ = StreamFacts(*stream_);
-    position_ = 0;
-    totalFrames_ = knownFrames;
-    if (totalFrames_ == 0)
-        totalFrames_ = stream_->statedFrames();
-    if (totalFrames_ == 0) {
-        stream_.reset();  // two of them cannot share the file
-        totalFrames_ = ffmpegInput(*file_).countFrames(streamIndex, facts_.sampleRate);
-        return rewind();
-    }
+    const StreamFacts facts(*opened);
+    const TrackLength length = knownLength ? *knownLength : findLength(opened);
+    if (opened == nullptr)
+        return false;
+    facts_ = facts;
+    play(
+        std::move(opened), [this, facts] { return reopen(facts); },
+        static_cast<std::uint32_t>(facts.channels), static_cast<std::uint32_t>(facts.sampleRate), length);
     return true;
 }
 
+/// Looks for the length of a stream that stands at its start, and leaves it there, or a new one in its place;
+/// null if there is none any more.
+TrackLength ffmpegFileReader::findLength(std::unique_ptr<ffmpegAudioStream>& stream)
+{
+    const std::int64_t stated = stream->statedFrames();
+    if (stated > 0 && isStatedLengthPlausible(*stream, stated))
+        return TrackLength::stated(stated);
+    const StreamFacts facts(*stream);
+    stream.reset();  // two of them cannot share the file
+    ffmpegInput input(feed());
+    const std::int64_t counted = countFrames(input, facts.index, facts.sampleRate);
+    const bool hasFailed = input.hasFailed();
+    stream = reopen(facts);
+    return hasFailed ? TrackLength::failed() : TrackLength::counted(counted, stated);
+}
+
+bool ffmpegFileReader::isStatedLengthPlausible(const ffmpegAudioStream& stream, std::int64_t statedFrames)
+{
+    if (stream.firstByte() < 0)
+        return true;
+    const std::int64_t place = feed().pos();  // the library's, which goes on from there
+    bool isPlausible = true;
+    if (stream.input().isContainer("mp3"))
+        isPlausible = mpegAccount(feed(), stream.firstByte(), statedFrames + stream.statedPriming()) !=
+                      MpegAccount::kContradicts;
+    else if (stream.pcmFrameBytes() > 0 && stream.input().isContainer("aiff"))
+        isPlausible = fitsPcmBytes(feed(), stream.firstByte(), statedFrames * stream.pcmFrameBytes());
+    return feed().seek(place) && isPlausible;
+}
+
+/// A new decoder at the start of a stream that is known, so that what follows is what a new reader would
+/// deliver; null if that is not to be had, or not the same.
+std::unique_ptr<ffmpegAudioStream> ffmpegFileReader::reopen(const StreamFacts& facts)
+{
+    try {
+        auto stream = std::make_unique<ffmpegAudioStream>(std::make_unique<ffmpegInput>(feed()), facts.index);
+        if (StreamFacts(*stream) == facts)  // otherwise the file has changed
+            return stream;
+    } catch (const FileUnsupported&) {
+        return nullptr;
+    }
+    return nullptr;
+}
+
+ffmpegAudioStream& ffmpegFileReader::stream() const { return static_cast<ffmpegAudioStream&>(*decoder()); }
+
 ebo::refptr<eboFormatReader> ffmpegFileReader::clone()
 {
-    return ebo::makeRef<ffmpegFileReader>(file_->clone(), static_cast<std::uint64_t>(totalFrames_),
-                                          facts_.index);
+    return ebo::makeRef<ffmpegFileReader>(file().clone(), options(), trackLength(), facts_.index);
 }
-
-void ffmpegFileReader::close()
-{
-    stream_.reset();
-    file_.close();
-}
-
-std::uint32_t ffmpegFileReader::channelCount() const { return static_cast<std::uint32_t>(facts_.channels); }
-
-std::uint32_t ffmpegFileReader::sampleRate() const { return static_cast<std::uint32_t>(facts_.sampleRate); }
 
 int ffmpegFileReader::encoderDelay() const
 {
@@ -117,98 +150,40 @@ std::uint32_t ffmpegFileReader::audioStreamCount() const
 
 void ffmpegFileReader::selectAudioStream(std::uint32_t index)
 {
-    if (stream_ == nullptr || index >= audioStreams_.size())
+    if (decoder() == nullptr || index >= audioStreams_.size())
         return;
-    stream_.reset();
-    const std::int64_t previousTotal = totalFrames_;
+    playNothing();
     const StreamFacts previous = facts_;
+    const TrackLength previousLength = trackLength();
     try {
-        if (tryStream(std::make_unique<ffmpegInput>(*file_), audioStreams_[index], 0))
-            return;
-        tryStream(std::make_unique<ffmpegInput>(*file_), previous.index, previousTotal);
+        if (!tryStream(std::make_unique<ffmpegInput>(feed()), audioStreams_[index], {}))
+            tryStream(std::make_unique<ffmpegInput>(feed()), previous.index, previousLength);
     } catch (const FileUnsupported&) {
-        stream_.reset();
+        return;  // nothing can be read from the file any more
     }
-}
-
-std::uint32_t ffmpegFileReader::length() const
-{
-    return static_cast<std::uint32_t>(
-        std::clamp(totalFrames_ - facts_.startOffset, std::int64_t{0}, kLastFrame));
-}
-
-std::uint64_t ffmpegFileReader::readInterleaved(float* target, std::uint64_t firstSample,
-                                                std::uint64_t sampleCount)
-{
-    const std::uint64_t channels = channelCount();
-    if (stream_ == nullptr || firstSample % channels != 0 || firstSample / channels > kLastFrame)
-        return 0;
-    const auto firstFrame = static_cast<std::int64_t>(firstSample / channels);
-    if (!goTo(firstFrame))
-        return 0;
-    const std::int64_t delivered = stream_->take(target, static_cast<std::int64_t>(sampleCount / channels));
-    position_ = firstFrame + delivered;
-    return static_cast<std::uint64_t>(delivered) * channels;
 }
 
 std::uint32_t ffmpegFileReader::readStereoPlanar(float** targets, std::uint32_t firstFrame,
                                                  std::uint32_t frames)
 {
     if (channelCount() <= 2)
-        return eboAudioFormatReader::readStereoPlanar(targets, firstFrame, frames);
-    if (stream_ == nullptr || !goTo(firstFrame))
-        return 0;
-    return advance(firstFrame, stream_->takePlanarStereo(targets, frames));
+        return eboDecodedFileReader::readStereoPlanar(targets, firstFrame, frames);
+    const auto delivery =
+        deliver(firstFrame, frames, [&](std::int64_t first, std::int64_t count, std::int64_t done) {
+            const std::array planes{targets[0] + done, targets[1] + done};
+            return stream().planarStereo(first, count, planes.data());
+        });
+    return static_cast<std::uint32_t>(delivery.frames);
 }
 
 std::uint32_t ffmpegFileReader::readMono(float* target, std::uint32_t firstFrame, std::uint32_t frames)
 {
-    if (stream_ == nullptr || !stream_->hasFloatPlanes())
-        return eboAudioFormatReader::readMono(target, firstFrame, frames);
-    if (!goTo(firstFrame))
-        return 0;
-    return advance(firstFrame, stream_->takeMono(target, frames));
-}
-
-std::uint32_t ffmpegFileReader::advance(std::uint32_t firstFrame, std::int64_t delivered)
-{
-    position_ = firstFrame + delivered;
-    return static_cast<std::uint32_t>(delivered);
-}
-
-/// Starts over with a new decoder, so that what follows is what a new reader would deliver.
-bool ffmpegFileReader::rewind()
-{
-    stream_.reset();
-    try {
-        stream_ = std::make_unique<ffmpegAudioStream>(std::make_unique<ffmpegInput>(*file_), facts_.index);
-    } catch (const FileUnsupported&) {
-        return false;
-    }
-    if (StreamFacts(*stream_) != facts_) {
-        stream_.reset();  // the file has changed
-        return false;
-    }
-    position_ = 0;
-    return true;
-}
-
-bool ffmpegFileReader::goTo(std::int64_t frame)
-{
-    if (frame == position_)
-        return true;
-    position_ = kUnknownPosition;
-    switch (stream_->seek(frame)) {
-    case ffmpegAudioStream::Seek::Done:
-        position_ = frame;
-        return true;
-    case ffmpegAudioStream::Seek::Unaligned:
-        if (!rewind())
-            return false;
-        position_ = stream_->drop(frame);
-        return position_ == frame;
-    case ffmpegAudioStream::Seek::Failed:
-        break;
-    }
-    return false;
+    if (!facts_.hasFloatPlanes)
+        return eboDecodedFileReader::readMono(target, firstFrame, frames);
+    const auto delivery =
+        deliver(firstFrame, frames, [&](std::int64_t first, std::int64_t count, std::int64_t done) {
+            stream().mono(first, count, target + done);
+            return true;
+        });
+    return static_cast<std::uint32_t>(delivery.frames);
 }

@@ -51,9 +51,49 @@ void ignoreAllButAudio(AVFormatContext& format)
     }
 }
 
+/// PCM says how many bits of each sample mean something, and libavformat chooses the decoder by those alone:
+/// 24 of 32 pass for packed 24. Samples lie as far apart as their blocks say.
+void goByContainerBits(AVCodecParameters& parameters)
+{
+    const int bytes = parameters.block_align / parameters.ch_layout.nb_channels;
+    if (parameters.block_align % parameters.ch_layout.nb_channels != 0 ||
+        bytes * 8 <= av_get_bits_per_sample(parameters.codec_id))
+        return;
+    const AVCodecID wider = parameters.codec_id == AV_CODEC_ID_PCM_S16LE && bytes == 3 ? AV_CODEC_ID_PCM_S24LE
+                            : bytes == 4                                               ? AV_CODEC_ID_PCM_S32LE
+                                                                                       : AV_CODEC_ID_NONE;
+    const bool isSigned =
+        parameters.codec_id == AV_CODEC_ID_PCM_S16LE || parameters.codec_id == AV_CODEC_ID_PCM_S24LE;
+    if (isSigned && wider != AV_CODEC_ID_NONE) {
+        parameters.codec_id = wider;
+        parameters.bits_per_coded_sample = bytes * 8;
+    }
+}
+
+/// Places in PCM are found by its byte rate, which some headers state wrongly; blocks and rate cannot lie.
+void goByBlockSize(AVCodecParameters& parameters)
+{
+    parameters.bit_rate = std::int64_t{parameters.block_align} * 8 * parameters.sample_rate;
+}
+
+bool isPcm(const AVCodecParameters& parameters)
+{
+    return parameters.codec_id >= AV_CODEC_ID_FIRST_AUDIO && parameters.codec_id < AV_CODEC_ID_ADPCM_IMA_QT;
+}
+
+template <typename Change>
+void forEachPcm(AVFormatContext& format, Change change)
+{
+    for (unsigned int i = 0; i < format.nb_streams; ++i) {
+        AVCodecParameters& parameters = *format.streams[i]->codecpar;
+        if (isPcm(parameters) && parameters.block_align > 0 && parameters.ch_layout.nb_channels > 0)
+            change(parameters);
+    }
+}
+
 }  // namespace
 
-ffmpegInput::ffmpegInput(eboFile& file) : io_(file)
+ffmpegInput::ffmpegInput(DecoderFeed& feed) : feed_(feed), io_(feed)
 {
     AVFormatContext* format = avformat_alloc_context();
     if (format == nullptr)
@@ -70,8 +110,10 @@ ffmpegInput::ffmpegInput(eboFile& file) : io_(file)
     if (opened < 0)
         throw FileUnsupported("FFMPEG");
     ignoreAllButAudio(*format_);
+    forEachPcm(*format_, &goByContainerBits);
     if (avformat_find_stream_info(format_.get(), nullptr) < 0)
         throw FileUnsupported("FFMPEG");
+    forEachPcm(*format_, &goByBlockSize);
 }
 
 std::vector<int> ffmpegInput::audioStreams() const
@@ -99,18 +141,9 @@ std::int64_t ffmpegInput::statedFrames(int streamIndex, int sampleRate) const
                                                                : ffmpeg::kFarthestFrame;
 }
 
-std::int64_t ffmpegInput::countFrames(int streamIndex, int sampleRate)
+bool ffmpegInput::isContainer(const char* name) const
 {
-    const ffmpeg::Packet packet(av_packet_alloc());
-    if (packet == nullptr)
-        return 0;
-    std::int64_t ticks = 0;
-    while (readPacket(streamIndex, *packet)) {
-        if (packet->duration > 0 && ticks <= std::numeric_limits<std::int64_t>::max() - packet->duration)
-            ticks += packet->duration;
-        av_packet_unref(packet.get());
-    }
-    return ffmpeg::toFrames(ticks, stream(streamIndex).time_base, sampleRate);
+    return av_match_name(name, format_->iformat->name) != 0;
 }
 
 bool ffmpegInput::seeksByByteRate() const
@@ -120,12 +153,16 @@ bool ffmpegInput::seeksByByteRate() const
 
 bool ffmpegInput::readPacket(int streamIndex, AVPacket& packet)
 {
-    while (av_read_frame(format_.get(), &packet) >= 0) {
+    for (;;) {
+        const int result = av_read_frame(format_.get(), &packet);
+        if (result < 0) {
+            lacksMemory_ = lacksMemory_ || result == AVERROR(ENOMEM);
+            return false;
+        }
         if (packet.stream_index == streamIndex)
             return true;
         av_packet_unref(&packet);
     }
-    return false;
 }
 
 bool ffmpegInput::seek(int streamIndex, std::int64_t stamp)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "file/eboFile.h"
+#include "formats/DecoderFeed.h"
 #include "formats/ffmpeg/ffmpegFileIo.h"
 #include "formats/ffmpeg/ffmpegHandles.h"
 
@@ -12,9 +12,9 @@
 class ffmpegInput {
 public:
     /// Finds out what the file holds, from its start.
-    /// @param file open for reading; must outlive this object, which moves its position
+    /// @param feed must outlive this object, which moves the file's position
     /// @throws eboFormatReader::FileUnsupported if it is nothing that can be read
-    explicit ffmpegInput(eboFile& file);
+    explicit ffmpegInput(DecoderFeed& feed);
 
     /// Indices of the audio streams.
     [[nodiscard]] std::vector<int> audioStreams() const;
@@ -25,19 +25,25 @@ public:
     /// if it states none.
     [[nodiscard]] std::int64_t statedFrames(int streamIndex, int sampleRate) const;
 
-    /// The stream's length in frames of the given rate, counted by reading all packets that are left.
-    [[nodiscard]] std::int64_t countFrames(int streamIndex, int sampleRate);
+    /// Whether the container has a name of FFmpeg's, such as "mp3".
+    [[nodiscard]] bool isContainer(const char* name) const;
 
     /// Whether this container finds a time by the mean byte rate, so that only PCM is found exactly.
     [[nodiscard]] bool seeksByByteRate() const;
 
-    /// The next packet of the stream. False at the end of the data or on a failure.
+    /// The next packet of the stream. False at the end of the data, which is also where they make no sense
+    /// any more, and on a failure.
     bool readPacket(int streamIndex, AVPacket& packet);
+
+    /// Whether a packet could not be had for a reason that is not the file's contents.
+    [[nodiscard]] bool hasFailed() const { return lacksMemory_ || feed_.hasFailed(); }
 
     /// Goes to the last packet that begins at or before the time stamp, in units of the stream's time base.
     bool seek(int streamIndex, std::int64_t stamp);
 
 private:
+    const DecoderFeed& feed_;
     ffmpegFileIo io_;
     ffmpeg::FormatContext format_;
+    bool lacksMemory_ = false;
 };

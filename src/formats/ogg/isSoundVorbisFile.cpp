@@ -115,9 +115,9 @@ std::optional<int> lastStream(DecoderFeed& feed)
 {
     constexpr std::int64_t kFirstSearchBytes = std::int64_t{1} << 17U;  // two pages of the largest size
     constexpr std::int64_t kSearchGrowth = 4;
-    const std::int64_t size = feed.file().size();
+    const std::int64_t size = feed.size();
     for (std::int64_t bytes = kFirstSearchBytes;; bytes *= kSearchGrowth) {
-        if (!feed.file().seek(size - std::min(bytes, size)))
+        if (!feed.seek(size - std::min(bytes, size)))
             return std::nullopt;
         Pages pages(feed);
         std::optional<int> last;
@@ -133,7 +133,7 @@ std::optional<int> lastStream(DecoderFeed& feed)
 bool isSoundVorbisFile(DecoderFeed& feed)
 {
     feed.renew();
-    if (!feed.file().seek(0))
+    if (!feed.seek(0))
         return false;
     const Head head = readHead(feed);
     if (!head.hasSoundSetup)

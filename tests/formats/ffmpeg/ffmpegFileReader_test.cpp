@@ -313,7 +313,8 @@ protected:
 
     ebo::refptr<ffmpegFileReader> readerOfStream(int index)
     {
-        return ebo::makeRef<ffmpegFileReader>(testsupport::localFile(path_), std::uint64_t{0}, index);
+        return ebo::makeRef<ffmpegFileReader>(testsupport::localFile(path_), DecodingOptions{},
+                                              std::optional<TrackLength>(), index);
     }
 
     const std::string path_ = dir_.file("two.mp4");

@@ -90,7 +90,8 @@ TEST_F(FlacReader, AFileThatEndsEarlyReadsAsFarAsItGoesWithoutAMessage)
          {blocks[3], blocks[3] + 1, blocks[3] + 5, blocks[3] + 1000, blocks[4] - 1}) {
         const auto reader = flacReaderOfBytes("/a.flac", bytes.substr(0, size));
         const LogCapture log;
-        EXPECT_EQ(reader->length(), 50000U);
+        // Between two blocks nothing shows that it was longer.
+        EXPECT_EQ(reader->length(), size == blocks[3] ? 3 * kBlock : 50000U) << size;
         EXPECT_EQ(firstDifference(readAll(*reader), slice(expected_, 2, 0, 3 * kBlock)), -1) << size;
         EXPECT_THAT(log.texts(), IsEmpty()) << size;
     }
@@ -103,6 +104,7 @@ TEST_F(FlacReader, ReadingOnNeverSeeks)
             ebo::makeRef<testsupport::FaultyFile>("/a.flac", readWholeFile(sound("a.flac", {options})));
         const auto reader = ebo::makeRef<flacFileReader>(file);
         file->seeks = 0;
+        file->bytesRead = 0;
         for (std::size_t first = 0; first < 50000; first += 1000)
             ASSERT_EQ(firstDifference(read(*reader, first, 1000), slice(expected_, 2, first, 1000)), -1);
         EXPECT_EQ(file->seeks, 0);
@@ -172,6 +174,7 @@ TEST_F(FlacReader, AStreamFromAPipeWithoutSoundHasNoLength)
 TEST_F(FlacReader, TheLengthEndsWithItsType)
 {
     std::string bytes = readWholeFile(sound("a.flac"));
+    bytes.resize(bytes.size() - 10);  // broken off, it may well have been longer
     testsupport::setFlacTotalFrames(bytes, 0xffffffffU);
     EXPECT_EQ(flacReaderOfBytes("/a.flac", bytes)->length(), 4294967295U);
     testsupport::setFlacTotalFrames(bytes, 0xfffffffffU);
