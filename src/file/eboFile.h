@@ -4,6 +4,8 @@
 #include "runtime/refcounted.h"
 #include "runtime/refptr.h"
 
+#include <QFlags>
+
 #include <cstdint>
 
 /// A file, local or on another host: what every byte of a track is read through. Starts closed; may be opened
@@ -11,7 +13,7 @@
 /// its own uses a clone.
 class eboFile : public virtual ebo::refcounted {
 public:
-    /// Bits of the flags of `open`.
+    /// How a file is opened; any of these together.
     enum OpenFlag : int {
         OpenAppend = 1,    ///< Every write goes to the end.
         OpenAtEnd = 2,     ///< For remote files: start at the end. A local file ignores it.
@@ -20,12 +22,13 @@ public:
         OpenWrite = 16,    ///< Write access; opens at the end. Without OpenRead it empties the file.
         OpenTruncate = 32  ///< Empties the file.
     };
+    Q_DECLARE_FLAGS(OpenFlags, OpenFlag)
 
     /// The path that the factory was given, valid for as long as the file lives.
     [[nodiscard]] virtual const char* filePath() const = 0;
 
-    /// Opens by OpenFlag bits. False, with nothing changed, if that fails or the file is open already.
-    virtual bool open(int flags) = 0;
+    /// Opens as the flags say. False, with nothing changed, if that fails or the file is open already.
+    virtual bool open(OpenFlags flags) = 0;
 
     /// Closes; does nothing on a closed file.
     virtual void close() = 0;
@@ -82,3 +85,5 @@ public:
     /// gone. Stays true from then on.
     [[nodiscard]] virtual bool hasLostData() const { return false; }
 };
+
+Q_DECLARE_OPERATORS_FOR_FLAGS(eboFile::OpenFlags)

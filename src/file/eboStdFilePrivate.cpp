@@ -1,6 +1,5 @@
 #include "file/eboStdFilePrivate.h"
 
-#include "file/eboFile.h"
 #include "file/eboFileMasterLock.h"
 #include "file/openRegularFile.h"
 #include "file/withoutLinks.h"
@@ -16,18 +15,18 @@
 
 namespace {
 
-QIODevice::OpenMode deviceMode(int flags)
+QIODevice::OpenMode deviceMode(eboFile::OpenFlags flags)
 {
     QIODevice::OpenMode mode = QIODevice::NotOpen;
     const auto add = [&](eboFile::OpenFlag flag, QIODevice::OpenModeFlag deviceFlag) {
-        if ((flags & flag) != 0)
+        if (flags.testFlag(flag))
             mode |= deviceFlag;
     };
     add(eboFile::OpenRead, QIODevice::ReadOnly);
     add(eboFile::OpenWrite, QIODevice::WriteOnly);
     add(eboFile::OpenAppend, QIODevice::Append);
     add(eboFile::OpenTruncate, QIODevice::Truncate);
-    if ((flags & eboFile::OpenBinary) == 0)
+    if (!flags.testFlag(eboFile::OpenBinary))
         mode |= QIODevice::Text;
     return mode;
 }
@@ -48,7 +47,7 @@ eboStdFilePrivate::~eboStdFilePrivate()
         master->leave(fileLock_);
 }
 
-bool eboStdFilePrivate::open(int flags)
+bool eboStdFilePrivate::open(eboFile::OpenFlags flags)
 {
     const auto refuse = [this](const QString& reason) {
         qCDebug(ebo::log::fileStd) << "Failed to open file (" << name() << "). Error message is:" << reason;
@@ -67,7 +66,7 @@ bool eboStdFilePrivate::open(int flags)
         ::close(file.descriptor);
         return refuse(device_.errorString());
     }
-    if ((flags & eboFile::OpenWrite) != 0)
+    if (flags.testFlag(eboFile::OpenWrite))
         device_.seek(device_.size());
     return true;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "file/FileAccess.h"
+#include "file/eboFile.h"
 #include "file/eboFileLock.h"
 
 #include <QByteArray>
@@ -24,7 +25,7 @@ public:
 
     [[nodiscard]] const QByteArray& path() const { return path_; }
     [[nodiscard]] FileAccess access() const { return access_; }
-    bool open(int flags);
+    bool open(eboFile::OpenFlags flags);
     void close();
     std::int64_t read(void* buffer, std::int64_t size);
     std::int64_t write(const void* data, std::int64_t size);

@@ -22,13 +22,13 @@ eboCachedFile::~eboCachedFile()
 
 const char* eboCachedFile::filePath() const { return plainFile_->filePath(); }
 
-bool eboCachedFile::open(int flags)
+bool eboCachedFile::open(OpenFlags flags)
 {
-    if ((flags & OpenWrite) != 0)
+    if (flags.testFlag(OpenWrite))
         throw std::runtime_error("Writing is currently not supported for cached files");
 
     const auto guard = thread_->lock();
-    if (openFlags_ != 0)
+    if (openFlags_)
         return false;
     bool isOpen = current_->open(flags);
     if (!isOpen && cached_) {
@@ -50,7 +50,7 @@ void eboCachedFile::close()
     if (cached_)
         cached_->close();
     plainFile_->close();
-    openFlags_ = 0;
+    openFlags_ = {};
     switchIsDue_ = false;
     if (std::exchange(counted_, false))
         thread_->viewClosed();
@@ -73,7 +73,7 @@ ebo::refptr<eboFile> eboCachedFile::clone()
 std::int64_t eboCachedFile::read(void* buffer, std::int64_t size)
 {
     auto guard = thread_->lock();
-    if (openFlags_ == 0)
+    if (!openFlags_)
         return -1;
     const ebo::refptr<eboFile> file = current_;
     ++reading_;
@@ -95,13 +95,13 @@ void eboCachedFile::onCacheStateChanged(int state)
 {
     state_ = state;
     switchIsDue_ = false;
-    if (state == eboFileCachingThread::Complete && openFlags_ != 0) {
+    if (state == eboFileCachingThread::Complete && openFlags_) {
         if (reading_ == 0)
             switchToCopy();
         else
             switchIsDue_ = true;
     }
-    if (state == eboFileCachingThread::Removed && openFlags_ == 0)
+    if (state == eboFileCachingThread::Removed && !openFlags_)
         forgetCopy();
 }
 

@@ -24,7 +24,7 @@ public:
     [[nodiscard]] const char* filePath() const override;
     /// The first view that is opened has the file copied.
     /// @throws std::runtime_error if the flags ask for writing
-    bool open(int flags) override;
+    bool open(OpenFlags flags) override;
     /// The last view that is closed has the copy removed.
     void close() override;
     [[nodiscard]] ebo::refptr<eboFile> clone() override;
@@ -64,7 +64,7 @@ private:
     // Guarded by the thread's lock.
     ebo::refptr<eboFile> cached_;   ///< The copy, once switched to.
     ebo::refptr<eboFile> current_;  ///< What is being read: cached_ or plainFile_.
-    int openFlags_ = 0;             ///< 0 when closed.
+    OpenFlags openFlags_;           ///< None when closed.
     int state_;
     bool counted_ = false;      ///< This view counts as open.
     int reading_ = 0;           ///< Reads under way, without the lock.

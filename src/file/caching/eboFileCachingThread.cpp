@@ -194,7 +194,7 @@ bool eboFileCachingThread::tryToCopy()
 bool eboFileCachingThread::cloneToTempFile()
 {
     const auto path = tempFolderPath(storage_) / randomName(source_->filePath());
-    const auto copy = fileFactory_->open(path.c_str(), 0);
+    const auto copy = fileFactory_->open(path.c_str(), {});
     qCInfo(ebo::log::fileCaching) << "Starting caching of file:" << sourceName()
                                   << ", at:" << QString::fromStdString(path.string());
 

@@ -17,7 +17,7 @@ using testsupport::SlowFile;
 using testsupport::SlowStorage;
 using State = eboFileCachingThread::State;
 
-constexpr int kRead = eboFile::OpenRead | eboFile::OpenBinary;
+constexpr eboFile::OpenFlags kRead = eboFile::OpenRead | eboFile::OpenBinary;
 
 class CachedFile : public testsupport::CacheRig {
 protected:
@@ -219,7 +219,7 @@ TEST_F(CachedFile, DeletesThePlainFileNotTheCopy)
     testsupport::writeWholeFile(path, pattern(100));
     const auto cache = ebo::makeRef<eboFileCache>(dir_.path());
     const auto view =
-        ebo::dynamicCast<eboCachedFile>(cache->createCachedFile(factory_->open(path.c_str(), 0), factory_));
+        ebo::dynamicCast<eboCachedFile>(cache->createCachedFile(factory_->open(path.c_str(), {}), factory_));
     ASSERT_TRUE(view->open(kRead));
     ASSERT_TRUE(reaches(*view, State::Complete));
     EXPECT_EQ(view->deleteFile(), 0);
