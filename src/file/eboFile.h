@@ -36,7 +36,8 @@ public:
     /// Another file object, closed, of the same path and in the same group of locks.
     [[nodiscard]] virtual ebo::refptr<eboFile> clone() = 0;
 
-    /// Reads at the position and moves it. @return bytes read, 0 at the end, negative on failure
+    /// Reads at the position and moves it. @return bytes read, 0 at the end, negative on failure. Fewer than
+    /// asked for are the rest of the file, or what could be had of it: hasLostData tells them apart.
     virtual std::int64_t read(void* buffer, std::int64_t size) = 0;
 
     /// Writes at the position and moves it. @return bytes written, negative on failure
@@ -54,7 +55,7 @@ public:
     /// The position in bytes.
     [[nodiscard]] virtual std::int64_t pos() const = 0;
 
-    /// The length in bytes, at this moment.
+    /// The length in bytes, at this moment; the last one known if it cannot be had.
     [[nodiscard]] virtual std::int64_t size() const = 0;
 
     [[nodiscard]] virtual bool isReadable() const = 0;
@@ -81,8 +82,8 @@ public:
     /// The unit, in bytes, in which this file is best read and written.
     [[nodiscard]] virtual unsigned int blockSize() const = 0;
 
-    /// Whether a read gave less, or other bytes, than the file has because the device on which it lies has
-    /// gone. Stays true from then on.
+    /// Whether something of the file could not be had: its device has gone, or cannot read it. A read gave
+    /// less, or other bytes, than the file has. Stays true from then on.
     [[nodiscard]] virtual bool hasLostData() const { return false; }
 };
 

@@ -116,4 +116,10 @@ bool eboStdFile::isDirty() const
     return private_.isDirty();
 }
 
+bool eboStdFile::hasLostData() const
+{
+    const std::lock_guard guard(mutex_);
+    return private_.hasLostData();
+}
+
 unsigned int eboStdFile::blockSize() const { return kSectorBytes; }

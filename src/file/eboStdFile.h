@@ -38,6 +38,7 @@ public:
     [[nodiscard]] eboFileLock::Level lockLevel() const override;
     [[nodiscard]] bool isDirty() const override;
     [[nodiscard]] unsigned int blockSize() const override;
+    [[nodiscard]] bool hasLostData() const override;
 
 private:
     mutable std::mutex mutex_;
