@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <barrier>
 #include <functional>
 #include <latch>
 #include <set>
@@ -14,7 +15,7 @@
 
 namespace {
 
-constexpr int kRecords = 10000;
+constexpr int kRecords = 100000;
 constexpr std::size_t kRecordBytes = 8;
 
 /// The number as a record of the length that all have.
@@ -75,7 +76,7 @@ TEST_F(FilesOfTwoThreads, EachWriteToOneFileIsWhole)
     atOnce([&](int writer) {
         for (int i = writer; i < kRecords; i += 2) {
             EXPECT_EQ(file->write(record(i).data(), kRecordBytes), kRecordBytes);
-            if (i % 100 < 2) {
+            if (i % 1000 < 2) {
                 EXPECT_EQ(file->sync(), 0);
             }
         }
@@ -97,9 +98,12 @@ TEST_F(FilesOfTwoThreads, OneFactoryPutsFilesOfOnePathIntoOneGroupOfLocks)
 {
     constexpr int kPaths = 2000;
     std::vector<ebo::refptr<eboFile>> files[2];
+    std::barrier both(2);
     atOnce([&](int asker) {
-        for (int i = 0; i < kPaths; ++i)
+        for (int i = 0; i < kPaths; ++i) {
+            both.arrive_and_wait();
             files[asker].push_back(factory_->open(("/nowhere/" + std::to_string(i)).c_str(), {}));
+        }
     });
     for (std::size_t i = 0; i < std::size_t{kPaths}; ++i) {
         ASSERT_EQ(files[0][i]->lock(eboFileLock::Exclusive), eboFileLock::SUCCESS) << i;

@@ -69,8 +69,7 @@ ebo::refptr<eboFile> SlowFile::clone()
 
 std::int64_t SlowFile::read(void* buffer, std::int64_t size)
 {
-    if (!isSource_)
-        ++storage_->plainReads;
+    ++(isSource_ ? storage_->copierReads : storage_->plainReads);
     (isSource_ ? storage_->copying : storage_->reading).pass();
     if (isSource_ && storage_->failAt >= 0 && pos() >= storage_->failAt)
         return -1;

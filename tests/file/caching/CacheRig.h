@@ -60,6 +60,7 @@ struct SlowStorage {
     std::atomic<bool> copierLost = false;   ///< The copier's file has lost data;
     std::atomic<bool> readersLost = false;  ///< those of the views have.
 
+    std::atomic<int> copierReads = 0;
     std::atomic<int> plainReads = 0;                                     ///< By files of views.
     std::atomic<eboFileLock::Level> plainLevel = eboFileLock::Unlocked;  ///< Asked for last, by one of these.
 };

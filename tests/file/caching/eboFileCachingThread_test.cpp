@@ -137,6 +137,15 @@ TEST_F(FileCachingThread, ASourceThatHasLostItsEndIsNotCompleteWhereItEnds)
     EXPECT_THAT(record_->states(), ElementsAre(Thread::Idle, Thread::Copying, Thread::Failed));
 }
 
+TEST_F(FileCachingThread, WhatTheSourceLosesEndsTheCopyAtOnce)
+{
+    storage_->copierLost = true;
+    begin(pattern(5 * 4096));
+    open();
+    ASSERT_TRUE(record_->reaches(Thread::Failed));
+    EXPECT_EQ(storage_->copierReads, 1) << "slow storage is not read for nothing";
+}
+
 TEST_F(FileCachingThread, AFolderThatCannotBeMadeIsAFailedCopy)
 {
     const testsupport::LogCapture log;
