@@ -44,7 +44,7 @@ int main(int argc, char** argv)
     while (!file) {
         QCoreApplication::processEvents();
         QThread::msleep(1);
-        file = factory->open(argv[1], 0);
+        file = factory->open(argv[1], {});
     }
     std::int64_t total = 0;
     double seconds = 0;

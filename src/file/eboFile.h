@@ -4,6 +4,8 @@
 #include "runtime/refcounted.h"
 #include "runtime/refptr.h"
 
+#include <QFlags>
+
 #include <cstdint>
 
 /// A file, local or on another host: what every byte of a track is read through. Starts closed; may be opened
@@ -11,7 +13,7 @@
 /// its own uses a clone.
 class eboFile : public virtual ebo::refcounted {
 public:
-    /// Bits of the flags of `open`.
+    /// How a file is opened; any of these together.
     enum OpenFlag : int {
         OpenAppend = 1,    ///< Every write goes to the end.
         OpenAtEnd = 2,     ///< For remote files: start at the end. A local file ignores it.
@@ -20,12 +22,13 @@ public:
         OpenWrite = 16,    ///< Write access; opens at the end. Without OpenRead it empties the file.
         OpenTruncate = 32  ///< Empties the file.
     };
+    Q_DECLARE_FLAGS(OpenFlags, OpenFlag)
 
     /// The path that the factory was given, valid for as long as the file lives.
     [[nodiscard]] virtual const char* filePath() const = 0;
 
-    /// Opens by OpenFlag bits. False, with nothing changed, if that fails or the file is open already.
-    virtual bool open(int flags) = 0;
+    /// Opens as the flags say. False, with nothing changed, if that fails or the file is open already.
+    virtual bool open(OpenFlags flags) = 0;
 
     /// Closes; does nothing on a closed file.
     virtual void close() = 0;
@@ -33,7 +36,8 @@ public:
     /// Another file object, closed, of the same path and in the same group of locks.
     [[nodiscard]] virtual ebo::refptr<eboFile> clone() = 0;
 
-    /// Reads at the position and moves it. @return bytes read, 0 at the end, negative on failure
+    /// Reads at the position and moves it. @return bytes read, 0 at the end, negative on failure. Fewer than
+    /// asked for are the rest of the file, or what could be had of it: hasLostData tells them apart.
     virtual std::int64_t read(void* buffer, std::int64_t size) = 0;
 
     /// Writes at the position and moves it. @return bytes written, negative on failure
@@ -51,7 +55,7 @@ public:
     /// The position in bytes.
     [[nodiscard]] virtual std::int64_t pos() const = 0;
 
-    /// The length in bytes, at this moment.
+    /// The length in bytes, at this moment; the last one known if it cannot be had.
     [[nodiscard]] virtual std::int64_t size() const = 0;
 
     [[nodiscard]] virtual bool isReadable() const = 0;
@@ -78,7 +82,9 @@ public:
     /// The unit, in bytes, in which this file is best read and written.
     [[nodiscard]] virtual unsigned int blockSize() const = 0;
 
-    /// Whether a read gave less, or other bytes, than the file has because the device on which it lies has
-    /// gone. Stays true from then on.
+    /// Whether something of the file could not be had: its device has gone, or cannot read it. A read gave
+    /// less, or other bytes, than the file has. Stays true from then on.
     [[nodiscard]] virtual bool hasLostData() const { return false; }
 };
+
+Q_DECLARE_OPERATORS_FOR_FLAGS(eboFile::OpenFlags)

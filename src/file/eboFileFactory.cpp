@@ -11,14 +11,14 @@
 
 #include <sys/stat.h>
 
-ebo::refptr<eboFile> eboFileFactory::open(const char* path, int options)
+ebo::refptr<eboFile> eboFileFactory::open(const char* path, Options options)
 {
     FileAccess access;
-    access.links = (options & kWithoutLinks) != 0 ? LinkPolicy::kRefuse : LinkPolicy::kFollow;
-    access.unbuffered = (options & kUnbuffered) != 0;
+    access.links = options.testFlag(kWithoutLinks) ? LinkPolicy::kRefuse : LinkPolicy::kFollow;
+    access.unbuffered = options.testFlag(kUnbuffered);
     const ebo::refptr<eboFile> file =
         ebo::makeRef<eboStdFile>(QByteArray(path), masterLockOf(path)->createLock(), access);
-    return cacheEnabler_ && (options & kCached) != 0 ? cached(file) : file;
+    return cacheEnabler_ && options.testFlag(kCached) ? cached(file) : file;
 }
 
 std::shared_ptr<eboFileMasterLock> eboFileFactory::masterLockOf(const std::string& path)

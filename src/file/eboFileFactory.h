@@ -6,6 +6,8 @@
 #include "runtime/refcounted.h"
 #include "runtime/refptr.h"
 
+#include <QFlags>
+
 #include <map>
 #include <memory>
 #include <mutex>
@@ -14,18 +16,18 @@
 /// Turns a path into a file object; this one knows local files. Any thread, once the cache enabler is set.
 class eboFileFactory : public ebo::refcounted {
 public:
-    /// Bit of the options of `open`: ask for a cached file.
-    static constexpr int kCached = 1;
-
-    /// Bit of the options of `open`: the file does nothing through a symbolic link, see LinkPolicy.
-    static constexpr int kWithoutLinks = 2;
-
-    /// Bit of the options of `open`: the file reads nothing ahead, see FileAccess.
-    static constexpr int kUnbuffered = 4;
+    /// What kind of file object is asked for; any of these together.
+    enum Option : int {
+        kCached = 1,        ///< A cached file, if the factory has an enabler. A remote one is kept alive.
+        kWithoutLinks = 2,  ///< The file does nothing through a symbolic link, see LinkPolicy.
+        kUnbuffered = 4,    ///< The file reads nothing ahead, see FileAccess.
+        kKeptAlive = 8      ///< What was fetched of a remote file stays readable once its device has gone.
+    };
+    Q_DECLARE_FLAGS(Options, Option)
 
     /// A file object for the path, closed. Whether there is such a file is found out by opening it. All file
     /// objects that one factory makes for one path share one group of locks.
-    [[nodiscard]] virtual ebo::refptr<eboFile> open(const char* path, int options);
+    [[nodiscard]] virtual ebo::refptr<eboFile> open(const char* path, Options options);
 
     /// Whether the path exists (mode 0), has its owner's read permission (mode 1), or that and the owner's
     /// write permission (mode 2). Any other mode: false.
@@ -46,3 +48,5 @@ private:
     /// Guarded by mutex_. An entry stays for the life of the factory.
     std::map<std::string, std::shared_ptr<eboFileMasterLock>> masterLocks_;
 };
+
+Q_DECLARE_OPERATORS_FOR_FLAGS(eboFileFactory::Options)

@@ -14,7 +14,7 @@ eboStdFile::eboStdFile(QByteArray path, std::shared_ptr<eboFileLock> fileLock, F
 
 const char* eboStdFile::filePath() const { return private_.path().constData(); }
 
-bool eboStdFile::open(int flags)
+bool eboStdFile::open(OpenFlags flags)
 {
     const std::lock_guard guard(mutex_);
     return private_.open(flags);
@@ -114,6 +114,12 @@ bool eboStdFile::isDirty() const
 {
     const std::lock_guard guard(mutex_);
     return private_.isDirty();
+}
+
+bool eboStdFile::hasLostData() const
+{
+    const std::lock_guard guard(mutex_);
+    return private_.hasLostData();
 }
 
 unsigned int eboStdFile::blockSize() const { return kSectorBytes; }

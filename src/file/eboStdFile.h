@@ -17,7 +17,7 @@ public:
     eboStdFile(QByteArray path, std::shared_ptr<eboFileLock> fileLock, FileAccess access = {});
 
     [[nodiscard]] const char* filePath() const override;
-    bool open(int flags) override;
+    bool open(OpenFlags flags) override;
     /// A level still held is reported and stays, and so is a dirty file: it is synced if Exclusive can be
     /// had.
     void close() override;
@@ -38,6 +38,7 @@ public:
     [[nodiscard]] eboFileLock::Level lockLevel() const override;
     [[nodiscard]] bool isDirty() const override;
     [[nodiscard]] unsigned int blockSize() const override;
+    [[nodiscard]] bool hasLostData() const override;
 
 private:
     mutable std::mutex mutex_;

@@ -1,6 +1,5 @@
 #include "file/eboStdFilePrivate.h"
 
-#include "file/eboFile.h"
 #include "file/eboFileMasterLock.h"
 #include "file/openRegularFile.h"
 #include "file/withoutLinks.h"
@@ -16,18 +15,18 @@
 
 namespace {
 
-QIODevice::OpenMode deviceMode(int flags)
+QIODevice::OpenMode deviceMode(eboFile::OpenFlags flags)
 {
     QIODevice::OpenMode mode = QIODevice::NotOpen;
     const auto add = [&](eboFile::OpenFlag flag, QIODevice::OpenModeFlag deviceFlag) {
-        if ((flags & flag) != 0)
+        if (flags.testFlag(flag))
             mode |= deviceFlag;
     };
     add(eboFile::OpenRead, QIODevice::ReadOnly);
     add(eboFile::OpenWrite, QIODevice::WriteOnly);
     add(eboFile::OpenAppend, QIODevice::Append);
     add(eboFile::OpenTruncate, QIODevice::Truncate);
-    if ((flags & eboFile::OpenBinary) == 0)
+    if (!flags.testFlag(eboFile::OpenBinary))
         mode |= QIODevice::Text;
     return mode;
 }
@@ -48,7 +47,7 @@ eboStdFilePrivate::~eboStdFilePrivate()
         master->leave(fileLock_);
 }
 
-bool eboStdFilePrivate::open(int flags)
+bool eboStdFilePrivate::open(eboFile::OpenFlags flags)
 {
     const auto refuse = [this](const QString& reason) {
         qCDebug(ebo::log::fileStd) << "Failed to open file (" << name() << "). Error message is:" << reason;
@@ -67,8 +66,10 @@ bool eboStdFilePrivate::open(int flags)
         ::close(file.descriptor);
         return refuse(device_.errorString());
     }
-    if ((flags & eboFile::OpenWrite) != 0)
-        device_.seek(device_.size());
+    knownSize_ = 0;
+    const std::int64_t length = size();
+    if (flags.testFlag(eboFile::OpenWrite))
+        device_.seek(length);
     return true;
 }
 
@@ -99,7 +100,20 @@ std::int64_t eboStdFilePrivate::read(void* buffer, std::int64_t size)
 {
     if (!device_.isReadable() || size < 0)
         return -1;
-    return device_.read(static_cast<char*>(buffer), size);
+    auto* const bytes = static_cast<char*>(buffer);
+    // A failure behind the first bytes looks like the end, until one reads on.
+    std::int64_t count = 0;
+    while (count < size) {
+        const std::int64_t more = device_.read(bytes + count, size - count);
+        if (more < 0) {
+            lostData_ = true;
+            return count > 0 ? count : -1;
+        }
+        if (more == 0)
+            break;
+        count += more;
+    }
+    return count;
 }
 
 std::int64_t eboStdFilePrivate::write(const void* data, std::int64_t size)
@@ -135,10 +149,15 @@ int eboStdFilePrivate::flush() { return device_.isOpen() && device_.flush() ? 0 
 
 std::int64_t eboStdFilePrivate::size() const
 {
-    if (device_.isOpen())
-        return device_.size();
     struct stat status = {};
-    return ::stat(path_.constData(), &status) == 0 ? status.st_size : 0;
+    if (!device_.isOpen())
+        return ::stat(path_.constData(), &status) == 0 ? status.st_size : 0;
+    // A length that cannot be had (of a mount that went stale) is not 0: that would be an end.
+    if (::fstat(device_.handle(), &status) == 0)
+        knownSize_ = status.st_size;
+    else
+        lostData_ = true;
+    return knownSize_;
 }
 
 bool eboStdFilePrivate::truncate(std::int64_t newSize)

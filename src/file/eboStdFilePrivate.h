@@ -1,6 +1,7 @@
 #pragma once
 
 #include "file/FileAccess.h"
+#include "file/eboFile.h"
 #include "file/eboFileLock.h"
 
 #include <QByteArray>
@@ -24,7 +25,7 @@ public:
 
     [[nodiscard]] const QByteArray& path() const { return path_; }
     [[nodiscard]] FileAccess access() const { return access_; }
-    bool open(int flags);
+    bool open(eboFile::OpenFlags flags);
     void close();
     std::int64_t read(void* buffer, std::int64_t size);
     std::int64_t write(const void* data, std::int64_t size);
@@ -33,6 +34,7 @@ public:
     int flush();
     [[nodiscard]] std::int64_t pos() const { return device_.pos(); }
     [[nodiscard]] std::int64_t size() const;
+    [[nodiscard]] bool hasLostData() const { return lostData_; }
     [[nodiscard]] bool isReadable() const { return device_.isReadable(); }
     [[nodiscard]] bool isWritable() const { return device_.isWritable(); }
     bool truncate(std::int64_t newSize);
@@ -54,4 +56,8 @@ private:
     const std::shared_ptr<eboFileLock> fileLock_;
     const FileAccess access_;
     bool dirty_ = false;
+
+    // Noticed in passing, by whatever asks the system.
+    mutable std::int64_t knownSize_ = 0;  ///< In bytes, of the open file.
+    mutable bool lostData_ = false;
 };

@@ -12,7 +12,7 @@ template <typename Reader>
 ebo::refptr<eboFormatReader> createReaderOf(const QString& path, const ebo::refptr<eboFileFactory>& factory,
                                             const DecodingOptions& options)
 {
-    const ebo::refptr<eboFile> file = factory->open(path.toUtf8().constData(), eboFile::OpenRead);
+    const ebo::refptr<eboFile> file = factory->open(path.toUtf8().constData(), eboFileFactory::kKeptAlive);
     if (!file)
         return nullptr;
     return ebo::makeRef<Reader>(file, options);

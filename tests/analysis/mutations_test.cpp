@@ -69,7 +69,7 @@ public:
 /// Has one file, in memory, whatever the path.
 class MutantFactory : public eboFileFactory {
 public:
-    ebo::refptr<eboFile> open(const char* path, int /*options*/) override
+    ebo::refptr<eboFile> open(const char* path, Options /*options*/) override
     {
         return ebo::makeRef<testsupport::MemoryFile>(path, bytes);
     }

@@ -8,6 +8,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include <sys/stat.h>
@@ -52,6 +53,20 @@ protected:
     ebo::refptr<eboFileFactory> factory_ = ebo::makeRef<eboFileFactory>();
 };
 
+/// Whether a factory's options, or a file's flags, take a value of this type.
+template <typename T>
+constexpr bool isOptions = std::is_convertible_v<T, eboFileFactory::Options>;
+template <typename T>
+constexpr bool isOpenFlags = std::is_convertible_v<T, eboFile::OpenFlags>;
+
+TEST(FileTypes, OptionsAndOpenFlagsCannotBeTakenForEachOther)
+{
+    static_assert(isOptions<eboFileFactory::Option> && !isOptions<eboFile::OpenFlag> &&
+                  !isOptions<eboFile::OpenFlags> && !isOptions<int>);
+    static_assert(isOpenFlags<eboFile::OpenFlag> && !isOpenFlags<eboFileFactory::Option> &&
+                  !isOpenFlags<eboFileFactory::Options> && !isOpenFlags<int>);
+}
+
 TEST_F(FileFactory, AMissingFileExistsInNoMode)
 {
     for (const int mode : {0, 1, 2, 3, -1})
@@ -81,7 +96,7 @@ TEST_F(FileFactory, UnknownModesAnswerFalse)
 
 TEST_F(FileFactory, MakesAFileObjectForAnyPathWithoutOpeningIt)
 {
-    const auto file = factory_->open(dir_.file("missing").c_str(), 0);
+    const auto file = factory_->open(dir_.file("missing").c_str(), {});
     ASSERT_TRUE(file);
     EXPECT_EQ(file->filePath(), dir_.file("missing"));
     EXPECT_FALSE(file->isReadable());
@@ -90,9 +105,9 @@ TEST_F(FileFactory, MakesAFileObjectForAnyPathWithoutOpeningIt)
 
 TEST_F(FileFactory, FilesOfOnePathShareTheirLocks)
 {
-    const auto first = factory_->open("/a", 0);
-    const auto second = factory_->open("/a", 0);
-    const auto other = factory_->open("/b", 0);
+    const auto first = factory_->open("/a", {});
+    const auto second = factory_->open("/a", {});
+    const auto other = factory_->open("/b", {});
     ASSERT_EQ(first->lock(eboFileLock::Exclusive), eboFileLock::SUCCESS);
     EXPECT_EQ(second->lock(eboFileLock::Shared), eboFileLock::BUSY);
     EXPECT_EQ(other->lock(eboFileLock::Exclusive), eboFileLock::SUCCESS);
@@ -100,8 +115,8 @@ TEST_F(FileFactory, FilesOfOnePathShareTheirLocks)
 
 TEST_F(FileFactory, AFileThatDiesLeavesItsLocks)
 {
-    auto first = factory_->open("/a", 0);
-    const auto second = factory_->open("/a", 0);
+    auto first = factory_->open("/a", {});
+    const auto second = factory_->open("/a", {});
     ASSERT_EQ(first->lock(eboFileLock::Exclusive), eboFileLock::SUCCESS);
     first.reset();
     EXPECT_EQ(second->lock(eboFileLock::Exclusive), eboFileLock::SUCCESS);
@@ -109,7 +124,7 @@ TEST_F(FileFactory, AFileThatDiesLeavesItsLocks)
 
 TEST_F(FileFactory, DeletesByTheFile)
 {
-    const auto file = factory_->open(fileOfMode(0600).c_str(), 0);
+    const auto file = factory_->open(fileOfMode(0600).c_str(), {});
     EXPECT_EQ(factory_->deleteFile(file), 0);
     EXPECT_EQ(factory_->deleteFile(file), -1) << "it is gone already";
     EXPECT_EQ(factory_->deleteFile(nullptr), -1);
@@ -117,13 +132,14 @@ TEST_F(FileFactory, DeletesByTheFile)
 
 TEST_F(FileFactory, OffersAFileToTheCacheWhenBitZeroAsks)
 {
-    auto copy = factory_->open("/copy", 0);
+    auto copy = factory_->open("/copy", {});
     const auto cache = ebo::makeRef<FakeCache>([&](const auto&) { return copy; });
     factory_->setCacheEnabler(cache);
     EXPECT_EQ(factory_->open("/a", eboFileFactory::kCached), copy);
-    EXPECT_EQ(factory_->open("/a", 3), copy) << "other bits do not matter";
+    EXPECT_EQ(factory_->open("/a", eboFileFactory::kCached | eboFileFactory::kWithoutLinks), copy)
+        << "other options do not matter";
     EXPECT_EQ(cache->askedBy, factory_.get());
-    EXPECT_FALSE(factory_->open("/a", 2) == copy);
+    EXPECT_FALSE(factory_->open("/a", eboFileFactory::kWithoutLinks) == copy);
     EXPECT_EQ(cache->asked, 2);
 }
 

@@ -18,7 +18,7 @@ using testsupport::LogCapture;
 class FileLocker : public testing::Test {
 protected:
     ebo::refptr<eboFileFactory> factory_ = ebo::makeRef<eboFileFactory>();
-    ebo::refptr<eboFile> file_ = factory_->open("/nowhere", 0);
+    ebo::refptr<eboFile> file_ = factory_->open("/nowhere", {});
 };
 
 template <typename Exception, typename Action>

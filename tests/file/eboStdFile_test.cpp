@@ -29,16 +29,16 @@ using testsupport::readWholeFile;
 using testsupport::TempDir;
 using testsupport::writeWholeFile;
 
-constexpr int kReading = eboFile::OpenRead | eboFile::OpenBinary;
-constexpr int kWriting = eboFile::OpenWrite | eboFile::OpenBinary;
-constexpr int kReadingAndWriting = kReading | kWriting;
+constexpr eboFile::OpenFlags kReading = eboFile::OpenRead | eboFile::OpenBinary;
+constexpr eboFile::OpenFlags kWriting = eboFile::OpenWrite | eboFile::OpenBinary;
+constexpr eboFile::OpenFlags kReadingAndWriting = kReading | kWriting;
 
 class StdFile : public testing::Test {
 protected:
     StdFile() { writeWholeFile(path_, "0123456789"); }
 
-    ebo::refptr<eboFile> make(const std::string& path) { return factory_->open(path.c_str(), 0); }
-    ebo::refptr<eboFile> opened(int flags)
+    ebo::refptr<eboFile> make(const std::string& path) { return factory_->open(path.c_str(), {}); }
+    ebo::refptr<eboFile> opened(eboFile::OpenFlags flags)
     {
         auto file = make(path_);
         EXPECT_TRUE(file->open(flags));
@@ -270,7 +270,7 @@ TEST_F(StdFile, OpensNothingButRegularFiles)
 {
     const std::string fifo = dir_.file("fifo");
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    for (const int flags : {kReading, kWriting, kReadingAndWriting}) {
+    for (const eboFile::OpenFlags flags : {kReading, kWriting, kReadingAndWriting}) {
         EXPECT_FALSE(make(fifo)->open(flags)) << "flags " << flags;
         EXPECT_FALSE(make("/dev/zero")->open(flags)) << "flags " << flags;
         EXPECT_FALSE(make(dir_.path())->open(flags)) << "flags " << flags;

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 using testsupport::readWholeFile;
 using testsupport::writeWholeFile;
 
-constexpr int kReadAndWrite = eboFile::OpenRead | eboFile::OpenWrite | eboFile::OpenBinary;
+constexpr eboFile::OpenFlags kReadAndWrite = eboFile::OpenRead | eboFile::OpenWrite | eboFile::OpenBinary;
 
 class WithoutLinks : public testing::Test {
 protected:

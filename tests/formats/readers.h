@@ -26,7 +26,7 @@ inline constexpr std::uint32_t kBlockFrames = 16384;
 inline ebo::refptr<eboFile> localFile(const std::string& path)
 {
     static const auto factory = ebo::makeRef<eboFileFactory>();
-    return factory->open(path.c_str(), 0);
+    return factory->open(path.c_str(), {});
 }
 
 /// A reader of a local file.

@@ -20,9 +20,9 @@ public:
     {}
 
     [[nodiscard]] const char* filePath() const override { return path_.c_str(); }
-    bool open(int flags) override
+    bool open(OpenFlags flags) override
     {
-        if (isOpen_ || (flags & OpenWrite) != 0)
+        if (isOpen_ || flags.testFlag(OpenWrite))
             return false;
         isOpen_ = true;
         position_ = 0;

@@ -9,9 +9,8 @@
 
 eboCachedFile::eboCachedFile(ebo::refptr<eboFileCachingThread> thread, ebo::refptr<eboFile> plain,
                              ebo::refptr<eboFile> copy)
-    : thread_(std::move(thread)), plainFile_(std::move(plain)), cached_(std::move(copy)),
-      current_(cached_ ? cached_ : plainFile_),
-      state_(cached_ ? eboFileCachingThread::Complete : eboFileCachingThread::Idle)
+    : thread_(std::move(thread)), plainFile_(std::move(plain)), copy_(std::move(copy)),
+      state_(copy_ ? eboFileCachingThread::Complete : eboFileCachingThread::Idle)
 {}
 
 eboCachedFile::~eboCachedFile()
@@ -22,40 +21,38 @@ eboCachedFile::~eboCachedFile()
 
 const char* eboCachedFile::filePath() const { return plainFile_->filePath(); }
 
-bool eboCachedFile::open(int flags)
+bool eboCachedFile::open(OpenFlags flags)
 {
-    if ((flags & OpenWrite) != 0)
+    if (flags.testFlag(OpenWrite))
         throw std::runtime_error("Writing is currently not supported for cached files");
 
     const auto guard = thread_->lock();
-    if (openFlags_ != 0)
+    if (openFlags_)
         return false;
-    bool isOpen = current_->open(flags);
-    if (!isOpen && cached_) {
+    bool isOpen = current()->open(flags);
+    if (!isOpen && copy_) {
         // Somebody has cleared the folder of the copy away.
-        forgetCopy();
-        isOpen = current_->open(flags);
+        copy_.reset();
+        isOpen = current()->open(flags);
     }
     if (!isOpen)
         return false;
     openFlags_ = flags;
     thread_->viewOpened();
-    counted_ = true;
     return true;
 }
 
 void eboCachedFile::close()
 {
     const auto guard = thread_->lock();
-    if (cached_)
-        cached_->close();
+    if (copy_)
+        copy_->close();
     plainFile_->close();
-    openFlags_ = 0;
-    switchIsDue_ = false;
-    if (std::exchange(counted_, false))
+    next_.reset();
+    if (std::exchange(openFlags_, {}))
         thread_->viewClosed();
     if (thread_->cacheState() != eboFileCachingThread::Complete)
-        forgetCopy();
+        copy_.reset();
 }
 
 ebo::refptr<eboFile> eboCachedFile::clone()
@@ -73,16 +70,18 @@ ebo::refptr<eboFile> eboCachedFile::clone()
 std::int64_t eboCachedFile::read(void* buffer, std::int64_t size)
 {
     auto guard = thread_->lock();
-    if (openFlags_ == 0)
+    if (!openFlags_)
         return -1;
-    const ebo::refptr<eboFile> file = current_;
+    const ebo::refptr<eboFile> file = current();
     ++reading_;
     guard.unlock();
     const std::int64_t count = file->read(buffer, size);
+    const bool hasLost = file->hasLostData();
     guard.lock();
+    hasLostData_ = hasLostData_ || hasLost;
     // With no read under way the position stands still, and the copy can go on from it.
-    if (--reading_ == 0 && std::exchange(switchIsDue_, false))
-        switchToCopy();
+    if (--reading_ == 0 && next_)
+        switchToNext();
     return count;
 }
 
@@ -94,101 +93,92 @@ std::int64_t eboCachedFile::write(const void* /*data*/, std::int64_t /*size*/)
 void eboCachedFile::onCacheStateChanged(int state)
 {
     state_ = state;
-    switchIsDue_ = false;
-    if (state == eboFileCachingThread::Complete && openFlags_ != 0) {
+    next_.reset();
+    const bool isOpen = openFlags_ != 0;
+    if (state == eboFileCachingThread::Complete && isOpen) {
+        next_ = thread_->copy()->clone();
         if (reading_ == 0)
-            switchToCopy();
-        else
-            switchIsDue_ = true;
+            switchToNext();
     }
-    if (state == eboFileCachingThread::Removed && openFlags_ == 0)
-        forgetCopy();
+    if (state == eboFileCachingThread::Removed && !isOpen)
+        copy_.reset();
 }
 
-void eboCachedFile::switchToCopy()
+void eboCachedFile::switchToNext()
 {
-    if (!thread_->copy())
-        return;
-    const auto copy = thread_->copy()->clone();
-    if (!copy->open(openFlags_) || !goOnFrom(*copy)) {
+    const ebo::refptr<eboFile> next = std::exchange(next_, nullptr);
+    if (!next->open(openFlags_) || !goOnFrom(*next)) {
         qCWarning(ebo::log::fileCaching)
-            << "Failed to open cachend file: " << QString::fromUtf8(copy->filePath());
-        copy->close();
+            << "Failed to open cachend file: " << QString::fromUtf8(next->filePath());
+        next->close();
         return;
     }
-    if (cached_)
-        cached_->close();  // what is left of an earlier copy
-    cached_ = copy;
-    current_ = copy;
+    if (copy_)
+        copy_->close();  // what is left of an earlier copy
+    copy_ = next;
 }
 
 bool eboCachedFile::goOnFrom(eboFile& copy)
 {
-    if (!copy.seek(current_->pos()))
+    if (!copy.seek(current()->pos()))
         return false;
     qCDebug(ebo::log::fileCaching) << "Switching to cached version of" << QString::fromUtf8(filePath())
                                    << ", at:" << QString::fromUtf8(copy.filePath());
     // The reader's claim goes along with it.
-    const auto level = current_->lockLevel();
+    const auto level = current()->lockLevel();
     if (level != eboFileLock::Unlocked) {
         copy.lock(level);
-        current_->lock(eboFileLock::Unlocked);
+        current()->lock(eboFileLock::Unlocked);
     }
     return true;
-}
-
-void eboCachedFile::forgetCopy()
-{
-    cached_.reset();
-    current_ = plainFile_;
 }
 
 bool eboCachedFile::seek(std::int64_t position)
 {
     const auto guard = thread_->lock();
-    return current_->seek(position);
+    return current()->seek(position);
 }
 
 int eboCachedFile::sync()
 {
     const auto guard = thread_->lock();
-    return current_->sync();
+    return current()->sync();
 }
 
 int eboCachedFile::flush()
 {
     const auto guard = thread_->lock();
-    return current_->flush();
+    return current()->flush();
 }
 
 std::int64_t eboCachedFile::pos() const
 {
     const auto guard = thread_->lock();
-    return current_->pos();
+    return current()->pos();
 }
 
 std::int64_t eboCachedFile::size() const
 {
     const auto guard = thread_->lock();
-    return current_->size();
+    return current()->size();
 }
 
 bool eboCachedFile::isReadable() const
 {
     const auto guard = thread_->lock();
-    return current_->isReadable();
+    return current()->isReadable();
 }
 
 bool eboCachedFile::isWritable() const
 {
     const auto guard = thread_->lock();
-    return current_->isWritable();
+    return current()->isWritable();
 }
 
 bool eboCachedFile::truncate(std::int64_t newSize)
 {
     const auto guard = thread_->lock();
-    return current_->truncate(newSize);
+    return current()->truncate(newSize);
 }
 
 int eboCachedFile::deleteFile()
@@ -200,31 +190,41 @@ int eboCachedFile::deleteFile()
 eboFileLock::LockResult eboCachedFile::lock(eboFileLock::Level level)
 {
     const auto guard = thread_->lock();
-    return current_->lock(level);
+    return current()->lock(level);
 }
 
 eboFileLock::Level eboCachedFile::lockLevel() const
 {
     const auto guard = thread_->lock();
-    return current_->lockLevel();
+    return current()->lockLevel();
 }
 
 bool eboCachedFile::atEnd() const
 {
     const auto guard = thread_->lock();
-    return current_->atEnd();
+    return current()->atEnd();
 }
 
 bool eboCachedFile::isDirty() const
 {
     const auto guard = thread_->lock();
-    return current_->isDirty();
+    return current()->isDirty();
 }
 
 unsigned int eboCachedFile::blockSize() const
 {
     const auto guard = thread_->lock();
-    return current_->blockSize();
+    return current()->blockSize();
+}
+
+bool eboCachedFile::hasLostData() const
+{
+    auto guard = thread_->lock();
+    if (hasLostData_)
+        return true;
+    const ebo::refptr<eboFile> file = current();
+    guard.unlock();
+    return file->hasLostData();
 }
 
 int eboCachedFile::cacheState() const

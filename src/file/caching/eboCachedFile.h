@@ -24,7 +24,7 @@ public:
     [[nodiscard]] const char* filePath() const override;
     /// The first view that is opened has the file copied.
     /// @throws std::runtime_error if the flags ask for writing
-    bool open(int flags) override;
+    bool open(OpenFlags flags) override;
     /// The last view that is closed has the copy removed.
     void close() override;
     [[nodiscard]] ebo::refptr<eboFile> clone() override;
@@ -47,6 +47,9 @@ public:
     [[nodiscard]] bool atEnd() const override;
     [[nodiscard]] bool isDirty() const override;
     [[nodiscard]] unsigned int blockSize() const override;
+    /// Whether a read of this view lost something, of whichever file it was. What the copier loses is no
+    /// matter: that copy is never read.
+    [[nodiscard]] bool hasLostData() const override;
 
     void onCacheStateChanged(int state) override;
 
@@ -54,19 +57,18 @@ public:
     [[nodiscard]] int cacheState() const;
 
 private:
-    void switchToCopy();
+    [[nodiscard]] const ebo::refptr<eboFile>& current() const { return copy_ ? copy_ : plainFile_; }
+    void switchToNext();
     bool goOnFrom(eboFile& copy);
-    void forgetCopy();
 
     const ebo::refptr<eboFileCachingThread> thread_;
     const ebo::refptr<eboFile> plainFile_;
 
     // Guarded by the thread's lock.
-    ebo::refptr<eboFile> cached_;   ///< The copy, once switched to.
-    ebo::refptr<eboFile> current_;  ///< What is being read: cached_ or plainFile_.
-    int openFlags_ = 0;             ///< 0 when closed.
+    ebo::refptr<eboFile> copy_;  ///< What is being read in place of plainFile_, once switched to.
+    ebo::refptr<eboFile> next_;  ///< A copy that came during a read, to go on from once that has ended.
+    OpenFlags openFlags_;        ///< None when closed.
     int state_;
-    bool counted_ = false;      ///< This view counts as open.
     int reading_ = 0;           ///< Reads under way, without the lock.
-    bool switchIsDue_ = false;  ///< The copy came during a read.
+    bool hasLostData_ = false;  ///< A read told so.
 };

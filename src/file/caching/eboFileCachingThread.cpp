@@ -10,8 +10,8 @@
 
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <exception>
-#include <thread>
 #include <utility>
 
 namespace {
@@ -20,14 +20,6 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kLook{300};
 constexpr std::size_t kBlockBytes = 4096;
-
-// A block that took this long tells that others are reading from the slow storage, too.
-constexpr std::int64_t kSlowReadMilliseconds = 26;
-constexpr std::int64_t kRestPerReading = 10;
-constexpr std::int64_t kLongestRestMilliseconds = 1000;
-
-constexpr int kEndLooks = 60001;
-constexpr milliseconds kEndLook{1};
 
 /// Closes the file when the scope is left.
 class Closing {
@@ -51,21 +43,18 @@ std::string randomName(const boost::filesystem::path& like)
 }  // namespace
 
 eboFileCachingThread::eboFileCachingThread(ebo::refptr<eboFileFactory> factory, ebo::refptr<eboFile> source,
-                                           boost::filesystem::path storage)
-    : fileFactory_(std::move(factory)), source_(std::move(source)), storage_(std::move(storage))
+                                           boost::filesystem::path storage,
+                                           std::shared_ptr<eboCopyingPace> pace)
+    : fileFactory_(std::move(factory)), source_(std::move(source)), storage_(std::move(storage)),
+      pace_(std::move(pace))
 {}
 
 eboFileCachingThread::~eboFileCachingThread()
 {
-    requestStop();
     {
+        // Under the lock, so that a thread about to wait does not miss it.
         const auto guard = lock();
-    }
-    wakeUp_.notify_all();
-    for (int look = 0; look < kEndLooks && state() == ebo::ThreadState::kRunning; ++look) {
-        if (!startRequested_ && !removeRequested_)
-            break;
-        std::this_thread::sleep_for(kEndLook);
+        requestStop();
     }
     stop();
 }
@@ -88,6 +77,12 @@ void eboFileCachingThread::dropDeadListeners()
     listeners_.remove_if([](const auto& listener) { return !listener.isValid(); });
 }
 
+std::size_t eboFileCachingThread::listenerCount()
+{
+    const auto guard = lock();
+    return listeners_.size();
+}
+
 void eboFileCachingThread::setEnabled(bool enabled)
 {
     const auto guard = lock();
@@ -99,9 +94,6 @@ std::unique_lock<std::mutex> eboFileCachingThread::lock() { return std::unique_l
 void eboFileCachingThread::viewOpened()
 {
     ++openCount_;
-    // A copy that is about to be removed is of no use to a new reader: it gets a fresh one.
-    if (state_ == Idle || state_ == Copying || state_ == Removed || (removeRequested_ && !broken_))
-        startRequested_ = true;
     wakeUp_.notify_all();
 }
 
@@ -110,33 +102,30 @@ void eboFileCachingThread::viewClosed()
     if (openCount_ > 0)
         --openCount_;
     if (openCount_ == 0)
-        removeRequested_ = true;
+        wereAllClosed_ = true;
     wakeUp_.notify_all();
 }
 
 void eboFileCachingThread::_run()
 {
     QThread::currentThread()->setObjectName(QStringLiteral("File cache thread (%1)").arg(sourceName()));
+    auto guard = lock();
     while (!stopRequested()) {
-        {
-            auto guard = lock();
-            wakeUp_.wait_for(guard, kLook,
-                             [this] { return stopRequested() || startRequested_ || removeRequested_; });
-        }
-        if (startRequested_ && !isGivenUp())
-            makeCopy();
-        if (removeRequested_)
+        wakeUp_.wait_for(guard, kLook, [this] { return stopRequested() || hasLeftOver() || wantsCopy(); });
+        const bool removes = hasLeftOver();
+        const bool copies = !removes && !stopRequested() && wantsCopy();
+        guard.unlock();
+        if (removes)
             removeCopy();
+        if (copies)
+            makeCopy();
+        guard.lock();
     }
     // The last view may have closed after the last look, or never.
-    if (removeRequested_ || hasCopy())
+    const bool removes = wereAllClosed_ || copy_;
+    guard.unlock();
+    if (removes)
         removeCopy();
-}
-
-bool eboFileCachingThread::hasCopy()
-{
-    const auto guard = lock();
-    return static_cast<bool>(copy_);
 }
 
 void eboFileCachingThread::changeState(State state)
@@ -163,16 +152,12 @@ eboFileCachingThread::Listeners eboFileCachingThread::tell(State state)
 void eboFileCachingThread::makeCopy()
 {
     changeState(Copying);
-    const bool isComplete = tryToCopy();
+    if (tryToCopy())
+        return;
     Listeners told;
     const auto guard = lock();
-    if (!isComplete) {
-        broken_ = !isGivenUp() || broken_;
-        told = tell(Failed);
-    }
-    // A reader that has come while an unwanted copy ends is served after the removal.
-    if (!removeRequested_ || broken_)
-        startRequested_ = false;
+    gaveUp_ = !isInterrupted();
+    told = tell(Failed);
 }
 
 bool eboFileCachingThread::tryToCopy()
@@ -194,7 +179,7 @@ bool eboFileCachingThread::tryToCopy()
 bool eboFileCachingThread::cloneToTempFile()
 {
     const auto path = tempFolderPath(storage_) / randomName(source_->filePath());
-    const auto copy = fileFactory_->open(path.c_str(), 0);
+    const auto copy = fileFactory_->open(path.c_str(), {});
     qCInfo(ebo::log::fileCaching) << "Starting caching of file:" << sourceName()
                                   << ", at:" << QString::fromStdString(path.string());
 
@@ -210,8 +195,7 @@ bool eboFileCachingThread::cloneToTempFile()
         copy_ = copy;
     }
     const bool isComplete = copyBlocks(*source_, *copy);
-    copy->sync();
-    if (!isComplete)
+    if (copy->sync() != 0 || !isComplete)
         return false;
     qCInfo(ebo::log::fileCaching) << "File cached:" << sourceName();
     changeState(Complete);
@@ -221,33 +205,34 @@ bool eboFileCachingThread::cloneToTempFile()
 bool eboFileCachingThread::copyBlocks(eboFile& source, eboFile& copy)
 {
     while (!source.atEnd()) {
-        if (isGivenUp() || !copyBlock(source, copy)) {
+        {
             const auto guard = lock();
-            broken_ = !isGivenUp() || broken_;
-            removeRequested_ = true;
-            return false;
+            if (isInterrupted())
+                return false;
         }
+        if (!copyBlock(source, copy))
+            return false;
     }
-    return true;
+    // A file that has lost its end may pass for one that is shorter.
+    return !source.hasLostData();
 }
 
 bool eboFileCachingThread::copyBlock(eboFile& source, eboFile& copy)
 {
-    using Clock = std::chrono::steady_clock;
     std::array<char, kBlockBytes> block;
-    const auto start = Clock::now();
+    const auto start = pace_->now();
     const std::int64_t count = source.read(block.data(), static_cast<std::int64_t>(block.size()));
-    giveWay(std::chrono::duration_cast<milliseconds>(Clock::now() - start).count());
-    return count > 0 && copy.write(block.data(), count) == count;
+    giveWay(std::chrono::duration_cast<milliseconds>(pace_->now() - start));
+    return count > 0 && !source.hasLostData() && copy.write(block.data(), count) == count;
 }
 
-void eboFileCachingThread::giveWay(std::int64_t readMilliseconds)
+void eboFileCachingThread::giveWay(milliseconds reading)
 {
-    if (readMilliseconds < kSlowReadMilliseconds)
+    const milliseconds rest = eboCopyingPace::restAfter(reading);
+    if (rest == milliseconds{0})
         return;
     auto guard = lock();
-    const milliseconds rest(std::min(kRestPerReading * readMilliseconds, kLongestRestMilliseconds));
-    wakeUp_.wait_for(guard, rest, [this] { return isGivenUp(); });
+    pace_->rest(rest, guard, wakeUp_, [this] { return isInterrupted(); });
 }
 
 void eboFileCachingThread::removeCopy()
@@ -261,11 +246,9 @@ void eboFileCachingThread::removeCopy()
                 << "Failed removing cached file! (original File:" << sourceName() << ")";
         copy_.reset();
     }
-    if (!broken_)
+    if (!gaveUp_)
         told = tell(Removed);
-    removeRequested_ = false;
-    if (openCount_ == 0)
-        startRequested_ = false;
+    wereAllClosed_ = false;
 }
 
 QString eboFileCachingThread::sourceName() const { return QString::fromUtf8(source_->filePath()); }

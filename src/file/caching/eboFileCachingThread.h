@@ -1,5 +1,6 @@
 #pragma once
 
+#include "file/caching/eboCopyingPace.h"
 #include "file/caching/eboFileCachingThreadListener.h"
 #include "file/eboFile.h"
 #include "file/eboFileFactory.h"
@@ -11,9 +12,10 @@
 
 #include <QString>
 
-#include <atomic>
-#include <cstdint>
+#include <chrono>
+#include <cstddef>
 #include <list>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -34,8 +36,10 @@ public:
     /// @param factory    makes the file of the copy
     /// @param source     what is copied; closed, and not used by anybody else
     /// @param storage    below it lies the folder for the copy, see tempFolderPath
+    /// @param pace       how fast it is copied; only the thread uses it
     eboFileCachingThread(ebo::refptr<eboFileFactory> factory, ebo::refptr<eboFile> source,
-                         boost::filesystem::path storage);
+                         boost::filesystem::path storage,
+                         std::shared_ptr<eboCopyingPace> pace = std::make_shared<eboCopyingPace>());
 
     /// Waits for a copy under way to be given up and removed.
     ~eboFileCachingThread() override;
@@ -48,6 +52,9 @@ public:
 
     /// Forgets the listeners that have died.
     void dropDeadListeners();
+
+    /// How many it would tell, those that have died and were not forgotten included. For tests and diagnosis.
+    [[nodiscard]] std::size_t listenerCount();
 
     /// Whether copies are made; if not, the next attempt fails. They are, at first.
     void setEnabled(bool enabled);
@@ -62,7 +69,7 @@ public:
     /// @name For holders of `lock` only.
     /// @{
     [[nodiscard]] State cacheState() const { return state_; }
-    /// The copy, or null.
+    /// The copy, complete or not; null without one.
     [[nodiscard]] const ebo::refptr<eboFile>& copy() const { return copy_; }
     void viewOpened();
     void viewClosed();
@@ -80,25 +87,27 @@ private:
     bool tryToCopy();
     bool copyBlocks(eboFile& source, eboFile& copy);
     bool copyBlock(eboFile& source, eboFile& copy);
-    void giveWay(std::int64_t readMilliseconds);
+    void giveWay(std::chrono::milliseconds reading);
     void removeCopy();
-    bool hasCopy();
-    [[nodiscard]] bool isGivenUp() const { return stopRequested() || removeRequested_; }
     [[nodiscard]] QString sourceName() const;
+
+    // For holders of the lock.
+    [[nodiscard]] bool wantsCopy() const { return openCount_ > 0 && !copy_ && !gaveUp_; }
+    [[nodiscard]] bool isInterrupted() const { return stopRequested() || wereAllClosed_; }
+    [[nodiscard]] bool hasLeftOver() const { return wereAllClosed_ || (copy_ && gaveUp_); }
 
     const ebo::refptr<eboFileFactory> fileFactory_;
     const ebo::refptr<eboFile> source_;
     const boost::filesystem::path storage_;
+    const std::shared_ptr<eboCopyingPace> pace_;
 
-    /// Written with the lock held; the thread's loop looks at them without it.
-    std::atomic<bool> startRequested_{false};
-    std::atomic<bool> removeRequested_{false};
-
-    // Guarded by the lock.
+    // Guarded by the lock. What is to be done follows from the open views, the copy and whether it was given
+    // up; the state is no more than what the listeners were told.
     bool enabled_ = true;
-    bool broken_ = false;  ///< A copy failed other than by being given up.
-    ebo::refptr<eboFile> copy_;
+    int openCount_ = 0;           ///< Views that are open.
+    ebo::refptr<eboFile> copy_;   ///< From its first byte until it is removed.
+    bool gaveUp_ = false;         ///< A copy failed, other than for want of readers: there will be none.
+    bool wereAllClosed_ = false;  ///< Since the last removal: a copy from before is of no use to new readers.
     State state_ = NotStarted;
     std::list<ebo::weakptr<eboFileCachingThreadListener>> listeners_;
-    int openCount_ = 0;  ///< Views that are open.
 };

@@ -8,7 +8,7 @@ eboNfsFileAdapter::~eboNfsFileAdapter() = default;
 
 const char* eboNfsFileAdapter::filePath() const { return private_.path().constData(); }
 
-bool eboNfsFileAdapter::open(int flags)
+bool eboNfsFileAdapter::open(OpenFlags flags)
 {
     const std::lock_guard guard(mutex_);
     return private_.open(flags);

@@ -25,7 +25,7 @@ public:
     [[nodiscard]] const char* filePath() const override;
     /// Waits until the device says whether there is such a file. Writing without reading empties the file,
     /// unless it shall start at the end.
-    bool open(int flags) override;
+    bool open(OpenFlags flags) override;
     /// Sends what was written, if the lock can be had for it. A level still held is reported, and stays.
     void close() override;
     [[nodiscard]] ebo::refptr<eboFile> clone() override;

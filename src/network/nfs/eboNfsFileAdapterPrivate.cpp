@@ -1,6 +1,5 @@
 #include "network/nfs/eboNfsFileAdapterPrivate.h"
 
-#include "file/eboFile.h"
 #include "network/nfs/netUrl.h"
 #include "runtime/logCategories.h"
 
@@ -22,21 +21,21 @@ eboNfsFileAdapterPrivate::~eboNfsFileAdapterPrivate()
     file_->removeDeadAdapters();
 }
 
-bool eboNfsFileAdapterPrivate::open(int flags)
+bool eboNfsFileAdapterPrivate::open(eboFile::OpenFlags flags)
 {
     if (isOpen_)
         return false;
     position_ = 0;
-    writable_ = (flags & eboFile::OpenWrite) != 0;
+    writable_ = flags.testFlag(eboFile::OpenWrite);
     isOpen_ = file_->waitUntilOpen() && startWhereAsked(flags);
     return isOpen_;
 }
 
-bool eboNfsFileAdapterPrivate::startWhereAsked(int flags)
+bool eboNfsFileAdapterPrivate::startWhereAsked(eboFile::OpenFlags flags)
 {
-    const bool atEnd = (flags & eboFile::OpenAtEnd) != 0;
-    const bool writesOnly = (flags & eboFile::OpenWrite) != 0 && (flags & eboFile::OpenRead) == 0;
-    const bool empties = (flags & eboFile::OpenTruncate) != 0 || (writesOnly && !atEnd);
+    const bool atEnd = flags.testFlag(eboFile::OpenAtEnd);
+    const bool writesOnly = flags.testFlag(eboFile::OpenWrite) && !flags.testFlag(eboFile::OpenRead);
+    const bool empties = flags.testFlag(eboFile::OpenTruncate) || (writesOnly && !atEnd);
     if (empties && !file_->truncate(0))
         return false;
     if (atEnd)

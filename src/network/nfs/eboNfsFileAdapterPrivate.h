@@ -1,5 +1,6 @@
 #pragma once
 
+#include "file/eboFile.h"
 #include "file/eboFileLock.h"
 #include "network/nfs/eboNfsFile.h"
 #include "network/nfs/eboNfsLockAdapter.h"
@@ -33,7 +34,7 @@ public:
     /// gone. Any thread, without the mutex.
     [[nodiscard]] bool hasLostData() const { return hasLostData_.load(); }
 
-    bool open(int flags);
+    bool open(eboFile::OpenFlags flags);
     void close();
     std::int64_t read(void* buffer, std::int64_t size);
     std::int64_t write(const void* data, std::int64_t size);
@@ -48,7 +49,7 @@ public:
     [[nodiscard]] bool isDirty() const { return isOpen_ && dirty_; }
 
 private:
-    bool startWhereAsked(int flags);
+    bool startWhereAsked(eboFile::OpenFlags flags);
     void syncBeforeClose();
 
     const ebo::refptr<eboNfsFile> file_;

@@ -19,14 +19,14 @@ ebo::refptr<eboNfs> eboNfsFileFactory::nfs()
     return nfs_;
 }
 
-ebo::refptr<eboFile> eboNfsFileFactory::open(const char* path, int options)
+ebo::refptr<eboFile> eboNfsFileFactory::open(const char* path, Options options)
 {
     const auto core = nfs();
     if (!core)
         return eboFileFactory::open(path, options);
     const QString name = QString::fromUtf8(path);
     if (eboNetUrl::isNetPath(name))
-        return openRemote(*core, name, options != 0);
+        return openRemote(*core, name, options.testFlag(kCached) || options.testFlag(kKeptAlive));
     return ebo::makeRef<eboStdFileWitNfsNotification>(ebo::weakptr<eboNfs>(core),
                                                       eboFileFactory::open(path, options), false);
 }
@@ -58,11 +58,12 @@ bool eboNfsFileFactory::fileExists(const char* path, int mode)
     }
     if (mode != kReadable && mode != kWritable)
         return false;
-    const auto file = open(path, 0);
+    const auto file = open(path, {});
     if (!file)
         return false;
-    const int readAndWrite = eboFile::OpenRead | eboFile::OpenWrite;
-    const bool opened = file->open(mode == kReadable ? eboFile::OpenRead : readAndWrite);
+    eboFile::OpenFlags flags = eboFile::OpenRead;
+    flags.setFlag(eboFile::OpenWrite, mode == kWritable);
+    const bool opened = file->open(flags);
     if (opened)
         file->close();
     return opened;

@@ -15,7 +15,7 @@ public:
 
     /// As the base. Null for a path on a device that is not known; whether there is such a file is found out
     /// by opening it.
-    [[nodiscard]] ebo::refptr<eboFile> open(const char* path, int options) override;
+    [[nodiscard]] ebo::refptr<eboFile> open(const char* path, Options options) override;
 
     /// As the base. For a path on another device this waits for its answer for as long as the device is
     /// there.

@@ -43,7 +43,7 @@ void eboNfsLocalFile::addRemote(const ebo::refptr<eboNfsHost>& host, unsigned in
         return;
     const bool canBeOpened = this->canBeOpened();
     const ebo::refptr<eboFile> file = makeFile(canBeOpened ? factory : ebo::makeRef<eboFileFactory>());
-    constexpr int kReading = eboFile::OpenBinary | eboFile::OpenRead;
+    constexpr eboFile::OpenFlags kReading = eboFile::OpenBinary | eboFile::OpenRead;
     const bool isOpen = canBeOpened && ((!policy_.readOnly && file->open(kReading | eboFile::OpenWrite)) ||
                                         file->open(kReading));
     if (!isOpen)
@@ -60,7 +60,8 @@ void eboNfsLocalFile::addRemote(const ebo::refptr<eboNfsHost>& host, unsigned in
 
 ebo::refptr<eboFile> eboNfsLocalFile::makeFile(const ebo::refptr<eboFileFactory>& factory) const
 {
-    const int options = eboFileFactory::kUnbuffered | (policy_.confined ? eboFileFactory::kWithoutLinks : 0);
+    eboFileFactory::Options options = eboFileFactory::kUnbuffered;
+    options.setFlag(eboFileFactory::kWithoutLinks, policy_.confined);
     return factory->open(localPath_.toUtf8().constData(), options);
 }
 

@@ -19,7 +19,7 @@ public:
     eboStdFileWitNfsNotification(ebo::weakptr<eboNfs> nfs, ebo::refptr<eboFile> file, bool syncAfterWrite);
 
     [[nodiscard]] const char* filePath() const override { return file_->filePath(); }
-    bool open(int flags) override { return file_->open(flags); }
+    bool open(OpenFlags flags) override { return file_->open(flags); }
     /// Syncs a dirty file if Exclusive can be had, without a notice.
     void close() override;
     [[nodiscard]] ebo::refptr<eboFile> clone() override;

@@ -27,31 +27,33 @@ bool StateRecord::reaches(int state) const
     });
 }
 
-void SlowStorage::shut()
+void Gate::shut()
 {
-    const std::lock_guard guard(mutex);
-    isOpen = false;
+    const std::lock_guard guard(mutex_);
+    isOpen_ = false;
 }
 
-void SlowStorage::release()
+void Gate::release()
 {
-    const std::lock_guard guard(mutex);
-    isOpen = true;
-    changed.notify_all();
+    const std::lock_guard guard(mutex_);
+    isOpen_ = true;
+    changed_.notify_all();
 }
 
-void SlowStorage::pass()
+void Gate::pass()
 {
-    std::unique_lock guard(mutex);
-    isWaiting = !isOpen;
-    changed.wait(guard, [this] { return isOpen; });
-    isWaiting = false;
+    std::unique_lock guard(mutex_);
+    isWaiting_ = !isOpen_;
+    changed_.wait(guard, [this] { return isOpen_; });
+    isWaiting_ = false;
 }
 
-bool SlowStorage::hasVisitor()
+bool Gate::getsVisitor()
 {
-    const std::lock_guard guard(mutex);
-    return isWaiting;
+    return eventually([this] {
+        const std::lock_guard guard(mutex_);
+        return isWaiting_;
+    });
 }
 
 SlowFile::SlowFile(std::string path, const std::string& bytes, std::shared_ptr<SlowStorage> storage,
@@ -67,14 +69,21 @@ ebo::refptr<eboFile> SlowFile::clone()
 
 std::int64_t SlowFile::read(void* buffer, std::int64_t size)
 {
-    if (isSource_)
-        storage_->pass();
-    else
-        ++storage_->plainReads;
+    ++(isSource_ ? storage_->copierReads : storage_->plainReads);
+    (isSource_ ? storage_->copying : storage_->reading).pass();
     if (isSource_ && storage_->failAt >= 0 && pos() >= storage_->failAt)
         return -1;
     return MemoryFile::read(buffer, size);
 }
+
+eboFileLock::LockResult SlowFile::lock(eboFileLock::Level level)
+{
+    if (!isSource_)
+        storage_->plainLevel = level;
+    return MemoryFile::lock(level);
+}
+
+bool SlowFile::hasLostData() const { return isSource_ ? storage_->copierLost : storage_->readersLost; }
 
 CacheRig::CacheRig()
     : collector_(std::make_unique<ebo::GarbageCollection>()), factory_(ebo::makeRef<eboFileFactory>())
@@ -94,6 +103,15 @@ std::string CacheRig::pattern(std::size_t size)
     for (std::size_t i = 0; i < size; ++i)
         bytes[i] = static_cast<char>((i * 31 + i / 256) & 0x7f);
     return bytes;
+}
+
+void CacheRig::waitForTheEndOf(const std::shared_ptr<SlowStorage>& storage) const
+{
+    EXPECT_TRUE(eventually([&] {
+        if (collector_)
+            collector_->purge(false);
+        return storage.use_count() == 1;
+    }));
 }
 
 std::vector<std::string> CacheRig::copies() const

@@ -32,20 +32,37 @@ private:
     std::vector<int> states_;
 };
 
-/// What the slow storage does, shared by all clones of a SlowFile. The caching thread opens its file first
-/// for 12; its reads wait at the gate, those of the readers do not.
-struct SlowStorage {
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool isOpen = true;               ///< The gate.
-    bool isWaiting = false;           ///< A read stands at the gate.
-    std::int64_t failAt = -1;         ///< A read at or behind this position fails.
-    std::atomic<int> plainReads = 0;  ///< By files that are not `source`.
-
+/// Where the test holds a thread up. Open at first.
+class Gate {
+public:
     void shut();
     void release();
+
+    /// Waits until the gate is open.
     void pass();
-    [[nodiscard]] bool hasVisitor();
+
+    /// Waits until a thread stands at the gate.
+    [[nodiscard]] bool getsVisitor();
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool isOpen_ = true;
+    bool isWaiting_ = false;
+};
+
+/// What the slow storage does, shared by all clones of a SlowFile.
+struct SlowStorage {
+    Gate copying;  ///< The copier's reads pass here,
+    Gate reading;  ///< and those of the views here.
+
+    std::int64_t failAt = -1;               ///< A read of the copier at or behind this position fails.
+    std::atomic<bool> copierLost = false;   ///< The copier's file has lost data;
+    std::atomic<bool> readersLost = false;  ///< those of the views have.
+
+    std::atomic<int> copierReads = 0;
+    std::atomic<int> plainReads = 0;                                     ///< By files of views.
+    std::atomic<eboFileLock::Level> plainLevel = eboFileLock::Unlocked;  ///< Asked for last, by one of these.
 };
 
 /// A file in memory whose copying the test holds up. The object itself is what is copied; clones are what
@@ -57,6 +74,8 @@ public:
 
     [[nodiscard]] ebo::refptr<eboFile> clone() override;
     std::int64_t read(void* buffer, std::int64_t size) override;
+    eboFileLock::LockResult lock(eboFileLock::Level level) override;
+    [[nodiscard]] bool hasLostData() const override;
 
 private:
     const std::string slowPath_;
@@ -73,6 +92,10 @@ protected:
 
     /// Bytes that tell their position.
     static std::string pattern(std::size_t size);
+
+    /// Waits until all files of the storage are gone, and with them the thread that copied one. A collector
+    /// that ends while that thread is still telling its views would have it destroy itself.
+    void waitForTheEndOf(const std::shared_ptr<SlowStorage>& storage) const;
 
     /// What lies in the folder of the copies.
     [[nodiscard]] std::vector<std::string> copies() const;

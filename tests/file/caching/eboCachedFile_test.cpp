@@ -1,9 +1,7 @@
 #include "file/caching/eboCachedFile.h"
 
-#include "CacheRig.h"
-#include "file/caching/eboFileCache.h"
+#include "ViewRig.h"
 #include "support/AudioFiles.h"
-#include "support/eventually.h"
 
 #include <gmock/gmock.h>
 
@@ -13,36 +11,10 @@
 
 namespace {
 
-using testsupport::SlowFile;
-using testsupport::SlowStorage;
+using testsupport::kRead;
 using State = eboFileCachingThread::State;
 
-constexpr int kRead = eboFile::OpenRead | eboFile::OpenBinary;
-
-class CachedFile : public testsupport::CacheRig {
-protected:
-    ebo::refptr<eboCachedFile> viewOf(const std::string& bytes)
-    {
-        const auto cache = ebo::makeRef<eboFileCache>(dir_.path());
-        return ebo::dynamicCast<eboCachedFile>(
-            cache->createCachedFile(ebo::makeRef<SlowFile>("/slow/a.wav", bytes, storage_), factory_));
-    }
-
-    static std::string read(eboFile& file, std::int64_t size)
-    {
-        std::string bytes(static_cast<std::size_t>(size), '\0');
-        const auto count = file.read(bytes.data(), size);
-        bytes.resize(static_cast<std::size_t>(std::max<std::int64_t>(count, 0)));
-        return bytes;
-    }
-
-    static bool reaches(const eboCachedFile& view, State state)
-    {
-        return testsupport::eventually([&] { return view.cacheState() == state; });
-    }
-
-    std::shared_ptr<SlowStorage> storage_ = std::make_shared<SlowStorage>();
-};
+class CachedFile : public testsupport::ViewRig {};
 
 TEST_F(CachedFile, RefusesToWrite)
 {
@@ -67,14 +39,14 @@ TEST_F(CachedFile, RefusesToWrite)
 TEST_F(CachedFile, ReadsThePlainFileDuringTheCopyAndGoesOnExactlyFromTheCopy)
 {
     const std::string bytes = pattern(20000);
-    storage_->shut();
+    storage_->copying.shut();
     const auto view = viewOf(bytes);
     ASSERT_TRUE(view->open(kRead));
-    ASSERT_TRUE(testsupport::eventually([&] { return storage_->hasVisitor(); }));
+    ASSERT_TRUE(storage_->copying.getsVisitor());
     EXPECT_EQ(read(*view, 1234), bytes.substr(0, 1234));
     EXPECT_EQ(storage_->plainReads, 1);
 
-    storage_->release();
+    storage_->copying.release();
     ASSERT_TRUE(reaches(*view, State::Complete));
     EXPECT_EQ(view->pos(), 1234);
     EXPECT_EQ(view->size(), 20000);
@@ -165,13 +137,13 @@ TEST_F(CachedFile, ClonesShareTheCopyAndHaveTheirOwnPosition)
 TEST_F(CachedFile, ACloneMadeDuringTheCopySwitchesToo)
 {
     const std::string bytes = pattern(9000);
-    storage_->shut();
+    storage_->copying.shut();
     const auto view = viewOf(bytes);
     ASSERT_TRUE(view->open(kRead));
     const auto other = ebo::dynamicCast<eboCachedFile>(view->clone());
     ASSERT_TRUE(other->open(kRead));
     EXPECT_EQ(read(*other, 10), bytes.substr(0, 10));
-    storage_->release();
+    storage_->copying.release();
     ASSERT_TRUE(reaches(*other, State::Complete));
     EXPECT_EQ(read(*other, 10), bytes.substr(10, 10));
     EXPECT_EQ(storage_->plainReads, 1);
@@ -201,25 +173,13 @@ TEST_F(CachedFile, ACopyThatWasClearedAwayLeavesThePlainFile)
     EXPECT_EQ(read(*other, 9000), bytes);
 }
 
-TEST_F(CachedFile, TheLevelOfALockGoesAlongToTheCopy)
-{
-    storage_->shut();
-    const auto view = viewOf(pattern(9000));
-    ASSERT_TRUE(view->open(kRead));
-    ASSERT_EQ(view->lock(eboFileLock::Shared), eboFileLock::SUCCESS);
-    storage_->release();
-    ASSERT_TRUE(reaches(*view, State::Complete));
-    EXPECT_EQ(view->lockLevel(), eboFileLock::Shared);
-    EXPECT_EQ(view->lock(eboFileLock::Unlocked), eboFileLock::SUCCESS);
-}
-
 TEST_F(CachedFile, DeletesThePlainFileNotTheCopy)
 {
     const std::string path = dir_.file("track.wav");
     testsupport::writeWholeFile(path, pattern(100));
     const auto cache = ebo::makeRef<eboFileCache>(dir_.path());
     const auto view =
-        ebo::dynamicCast<eboCachedFile>(cache->createCachedFile(factory_->open(path.c_str(), 0), factory_));
+        ebo::dynamicCast<eboCachedFile>(cache->createCachedFile(factory_->open(path.c_str(), {}), factory_));
     ASSERT_TRUE(view->open(kRead));
     ASSERT_TRUE(reaches(*view, State::Complete));
     EXPECT_EQ(view->deleteFile(), 0);

@@ -25,19 +25,19 @@ TEST_F(FileCache, MakesAFactorysFilesCachedOnesWhenAsked)
     const auto cached = factory_->open(path_.c_str(), eboFileFactory::kCached);
     EXPECT_TRUE(ebo::dynamicCast<eboCachedFile>(cached));
     EXPECT_EQ(cached->filePath(), path_);
-    EXPECT_FALSE(ebo::dynamicCast<eboCachedFile>(factory_->open(path_.c_str(), 0)));
+    EXPECT_FALSE(ebo::dynamicCast<eboCachedFile>(factory_->open(path_.c_str(), {})));
 }
 
 TEST_F(FileCache, DoesNotCacheWhatCannotBeOpened)
 {
-    EXPECT_FALSE(cache_->createCachedFile(factory_->open(dir_.file("missing").c_str(), 0), factory_));
+    EXPECT_FALSE(cache_->createCachedFile(factory_->open(dir_.file("missing").c_str(), {}), factory_));
 }
 
 TEST_F(FileCache, DoesNotCacheAFileLargerThanTheFreeSpace)
 {
     const auto space = std::filesystem::space(dir_.path()).available;
     std::filesystem::resize_file(path_, space + (std::uintmax_t{1} << 40U));
-    const auto file = factory_->open(path_.c_str(), 0);
+    const auto file = factory_->open(path_.c_str(), {});
     EXPECT_FALSE(cache_->createCachedFile(file, factory_));
     EXPECT_FALSE(file->isReadable()) << "it is closed again";
 
@@ -51,7 +51,7 @@ TEST_F(FileCache, ThrowsWhenTheFreeSpaceCannotBeAskedFor)
 {
     // It is there, so it is taken; but it leads round in a circle.
     std::filesystem::create_symlink("OrluneTempFiles", dir_.file("OrluneTempFiles"));
-    const auto file = factory_->open(path_.c_str(), 0);
+    const auto file = factory_->open(path_.c_str(), {});
     EXPECT_THROW((void)cache_->createCachedFile(file, factory_), boost::filesystem::filesystem_error);
 }
 

@@ -1,9 +1,8 @@
 #include "file/caching/eboFileCachingThread.h"
 
-#include "CacheRig.h"
+#include "CopyingRig.h"
 #include "support/AudioFiles.h"
 #include "support/LogCapture.h"
-#include "support/eventually.h"
 
 #include <gmock/gmock.h>
 
@@ -14,38 +13,9 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using testsupport::SlowFile;
-using testsupport::SlowStorage;
-using testsupport::StateRecord;
 using Thread = eboFileCachingThread;
 
-class FileCachingThread : public testsupport::CacheRig {
-protected:
-    void begin(const std::string& bytes, const std::string& storage)
-    {
-        source_ = ebo::makeRef<SlowFile>("/slow/take 1.flac", bytes, storage_);
-        thread_ = ebo::makeRef<Thread>(factory_, source_, storage);
-        thread_->addListener(ebo::weakptr<eboFileCachingThreadListener>(record_));
-        thread_->begin();
-    }
-    void begin(const std::string& bytes) { begin(bytes, dir_.path()); }
-
-    void open()
-    {
-        const auto guard = thread_->lock();
-        thread_->viewOpened();
-    }
-    void close()
-    {
-        const auto guard = thread_->lock();
-        thread_->viewClosed();
-    }
-
-    std::shared_ptr<SlowStorage> storage_ = std::make_shared<SlowStorage>();
-    ebo::refptr<StateRecord> record_ = ebo::makeRef<StateRecord>();
-    ebo::refptr<eboFile> source_;
-    ebo::refptr<Thread> thread_;
-};
+class FileCachingThread : public testsupport::CopyingRig {};
 
 TEST_F(FileCachingThread, IsIdleUntilAViewOpens)
 {
@@ -89,7 +59,7 @@ TEST_F(FileCachingThread, NamesTheCopyAtRandomWithTheExtensionOfTheSource)
 
 TEST_F(FileCachingThread, AnEmptyFileIsCompleteAtOnce)
 {
-    storage_->shut();  // no read is needed
+    storage_->copying.shut();  // no read is needed
     begin({});
     open();
     ASSERT_TRUE(record_->reaches(Thread::Complete));
@@ -113,13 +83,13 @@ TEST_F(FileCachingThread, MakesAFreshCopyUnderANewNameForTheNextReader)
 
 TEST_F(FileCachingThread, ClosingTheLastViewGivesTheCopyUpAndRemovesThePart)
 {
-    storage_->shut();
+    storage_->copying.shut();
     begin(pattern(100 * 4096));
     open();
-    ASSERT_TRUE(testsupport::eventually([&] { return storage_->hasVisitor(); }));
+    ASSERT_TRUE(storage_->copying.getsVisitor());
     EXPECT_EQ(copies().size(), 1U);
     close();
-    storage_->release();
+    storage_->copying.release();
     ASSERT_TRUE(record_->reaches(Thread::Removed));
     EXPECT_TRUE(copies().empty());
     EXPECT_THAT(record_->states(),
@@ -129,13 +99,13 @@ TEST_F(FileCachingThread, ClosingTheLastViewGivesTheCopyUpAndRemovesThePart)
 TEST_F(FileCachingThread, AReaderWhoComesWhileACopyIsGivenUpGetsANewOne)
 {
     const std::string bytes = pattern(100 * 4096);
-    storage_->shut();
+    storage_->copying.shut();
     begin(bytes);
     open();
-    ASSERT_TRUE(testsupport::eventually([&] { return storage_->hasVisitor(); }));
+    ASSERT_TRUE(storage_->copying.getsVisitor());
     close();
     open();
-    storage_->release();
+    storage_->copying.release();
     ASSERT_TRUE(record_->reaches(Thread::Complete));
     ASSERT_EQ(copies().size(), 1U);
     EXPECT_EQ(testsupport::readWholeFile(copies().front()), bytes);
@@ -155,6 +125,25 @@ TEST_F(FileCachingThread, AReadThatFailsHalfWayEndsTheCopyForGoodAndRemovesThePa
     collector_.reset();
     EXPECT_THAT(record_->states(), ElementsAre(Thread::Idle, Thread::Copying, Thread::Failed))
         << "it is not tried again";
+}
+
+TEST_F(FileCachingThread, ASourceThatHasLostItsEndIsNotCompleteWhereItEnds)
+{
+    storage_->copierLost = true;
+    begin({});
+    open();
+    ASSERT_TRUE(record_->reaches(Thread::Failed));
+    EXPECT_TRUE(isCleared());
+    EXPECT_THAT(record_->states(), ElementsAre(Thread::Idle, Thread::Copying, Thread::Failed));
+}
+
+TEST_F(FileCachingThread, WhatTheSourceLosesEndsTheCopyAtOnce)
+{
+    storage_->copierLost = true;
+    begin(pattern(5 * 4096));
+    open();
+    ASSERT_TRUE(record_->reaches(Thread::Failed));
+    EXPECT_EQ(storage_->copierReads, 1) << "slow storage is not read for nothing";
 }
 
 TEST_F(FileCachingThread, AFolderThatCannotBeMadeIsAFailedCopy)
@@ -210,12 +199,12 @@ TEST_F(FileCachingThread, ItsEndServesARemovalThatWaits)
 
 TEST_F(FileCachingThread, ItsEndDoesNotWaitForACopyUnderWay)
 {
-    storage_->shut();
+    storage_->copying.shut();
     begin(pattern(1000 * 4096));
     open();
-    ASSERT_TRUE(testsupport::eventually([&] { return storage_->hasVisitor(); }));
+    ASSERT_TRUE(storage_->copying.getsVisitor());
     thread_.reset();
-    storage_->release();
+    storage_->copying.release();
     EXPECT_TRUE(isCleared());
     collector_.reset();
     EXPECT_TRUE(isCleared());

@@ -368,7 +368,7 @@ TEST_F(FfmpegReaderOfTwoStreams, ACloneReadsTheStreamThatWasChosen)
 TEST_F(FfmpegReader, HoldsTheFileOpenAndLockedUntilClosed)
 {
     const auto factory = ebo::makeRef<eboFileFactory>();
-    const auto file = factory->open(sound("a.wav").c_str(), 0);
+    const auto file = factory->open(sound("a.wav").c_str(), {});
     const testsupport::LogCapture quiet;
     const auto reader = ebo::makeRef<ffmpegFileReader>(file);
     EXPECT_TRUE(file->isReadable());
@@ -396,7 +396,7 @@ TEST_F(FfmpegReader, DyingItClosesAndUnlocks)
 TEST_F(FfmpegReader, ARefusedLockIsNotTakenForAnUnsupportedFile)
 {
     const auto factory = ebo::makeRef<eboFileFactory>();
-    const auto file = factory->open(sound("a.wav").c_str(), 0);
+    const auto file = factory->open(sound("a.wav").c_str(), {});
     const auto writer = file->clone();
     ASSERT_EQ(writer->lock(eboFileLock::Exclusive), eboFileLock::SUCCESS);
     EXPECT_THROW((void)ebo::makeRef<ffmpegFileReader>(file), eboFileLocker::LockFailException);
@@ -408,7 +408,7 @@ TEST_F(FfmpegReader, ACloneHasAPositionOfItsOwn)
     const std::string path = sound("a.mp3", {"-b:a", "128k"}, 2, 2.0);
     const std::vector<float> decoded = plainDecode(path);
     const auto factory = ebo::makeRef<eboFileFactory>();
-    const auto reader = ebo::makeRef<ffmpegFileReader>(factory->open(path.c_str(), 0));
+    const auto reader = ebo::makeRef<ffmpegFileReader>(factory->open(path.c_str(), {}));
     const auto clone = ebo::dynamicCast<ffmpegFileReader>(reader->clone());
     std::vector<float> first;
     std::vector<float> second;

@@ -35,7 +35,7 @@ ClientTest::Adapter ClientTest::adapter()
     return result;
 }
 
-ClientTest::Adapter ClientTest::opened(std::int64_t size, int flags)
+ClientTest::Adapter ClientTest::opened(std::int64_t size, eboFile::OpenFlags flags)
 {
     auto result = adapter();
     const bool isFirst = file_->status() == eboNfsFile::Status::Uninitialized;

@@ -34,7 +34,8 @@ protected:
     [[nodiscard]] Adapter adapter();
 
     /// An adapter that the device has let open a file of that size.
-    [[nodiscard]] Adapter opened(std::int64_t size, int flags = eboFile::OpenRead | eboFile::OpenBinary);
+    [[nodiscard]] Adapter opened(std::int64_t size,
+                                 eboFile::OpenFlags flags = eboFile::OpenRead | eboFile::OpenBinary);
 
     /// Runs on a thread of its own.
     template <typename Function>

@@ -29,7 +29,7 @@ public:
     /// Files of that path are opened as the test wants them. Before they are.
     void replace(const std::string& path, const ebo::refptr<eboFile>& file) { replaced_[path] = file; }
 
-    ebo::refptr<eboFile> open(const char* path, int options) override
+    ebo::refptr<eboFile> open(const char* path, Options options) override
     {
         const auto replaced = replaced_.find(path);
         const auto file =

@@ -107,7 +107,7 @@ class SwappingFactory : public eboFileFactory {
 public:
     std::function<void()> swap;
 
-    ebo::refptr<eboFile> open(const char* path, int options) override
+    ebo::refptr<eboFile> open(const char* path, Options options) override
     {
         auto file = eboFileFactory::open(path, options);
         swap();

@@ -38,7 +38,10 @@ protected:
         return device;
     }
 
-    ebo::refptr<eboFile> open(const QString& path) { return netFactory_->open(path.toUtf8().constData(), 0); }
+    ebo::refptr<eboFile> open(const QString& path)
+    {
+        return netFactory_->open(path.toUtf8().constData(), {});
+    }
 
     std::future<bool> existing(const QString& path, int mode)
     {
@@ -80,7 +83,7 @@ TEST_F(EboNfsFileFactory, APathThatOnlyBeginsLikeOneIsLocal)
 {
     const auto device = joinServed();
     for (const char* path : {"/net", "/network/x", "/net:x", "net:/x"}) {
-        const auto file = netFactory_->open(path, 0);
+        const auto file = netFactory_->open(path, {});
         EXPECT_TRUE(ebo::dynamicCast<eboStdFileWitNfsNotification>(file)) << path;
         EXPECT_STREQ(file->filePath(), path);
     }
@@ -89,8 +92,8 @@ TEST_F(EboNfsFileFactory, APathThatOnlyBeginsLikeOneIsLocal)
 TEST_F(EboNfsFileFactory, AnUnknownDeviceHasNoFiles)
 {
     const auto device = joinServed();
-    EXPECT_FALSE(netFactory_->open("net://00000000-0000-4000-8000-00000000ffff/a", 0));
-    EXPECT_FALSE(netFactory_->open("net://nonsense", 0));
+    EXPECT_FALSE(netFactory_->open("net://00000000-0000-4000-8000-00000000ffff/a", {}));
+    EXPECT_FALSE(netFactory_->open("net://nonsense", {}));
     EXPECT_FALSE(netFactory_->fileExists("net://00000000-0000-4000-8000-00000000ffff/a", 0));
     EXPECT_FALSE(netFactory_->fileExists("net://00000000-0000-4000-8000-00000000ffff/a", 1));
 }
@@ -98,7 +101,7 @@ TEST_F(EboNfsFileFactory, AnUnknownDeviceHasNoFiles)
 TEST_F(EboNfsFileFactory, WithoutFileSharingEverythingIsLocal)
 {
     const auto factory = ebo::makeRef<eboNfsFileFactory>();
-    const auto file = factory->open("net://00000000-0000-4000-8000-000000000001/a", 0);
+    const auto file = factory->open("net://00000000-0000-4000-8000-000000000001/a", {});
     ASSERT_TRUE(file);
     EXPECT_FALSE(file->open(eboFile::OpenRead));
     EXPECT_FALSE(factory->fileExists("net://00000000-0000-4000-8000-000000000001/a", 0));
@@ -147,7 +150,7 @@ TEST_F(EboNfsFileFactory, LocalPathsAreLookedUpHere)
     const auto device = joinServed();
     const testsupport::TempDir folder;
     const std::string path = folder.file("here");
-    const auto file = netFactory_->open(path.c_str(), 0);
+    const auto file = netFactory_->open(path.c_str(), {});
     ASSERT_TRUE(file->open(eboFile::OpenWrite | eboFile::OpenBinary));
     file->close();
     ::chmod(path.c_str(), 0400);

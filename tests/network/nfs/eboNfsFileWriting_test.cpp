@@ -8,8 +8,8 @@ using testsupport::eventually;
 
 namespace {
 
-constexpr int kReadWrite = eboFile::OpenRead | eboFile::OpenWrite | eboFile::OpenBinary;
-constexpr int kWrite = eboFile::OpenWrite | eboFile::OpenBinary;
+constexpr eboFile::OpenFlags kReadWrite = eboFile::OpenRead | eboFile::OpenWrite | eboFile::OpenBinary;
+constexpr eboFile::OpenFlags kWrite = eboFile::OpenWrite | eboFile::OpenBinary;
 
 class Writing : public ClientTest {
 protected:
@@ -276,7 +276,7 @@ TEST_F(Writing, TruncatingIsStrongerThanTheEnd)
 {
     const Adapter first = opened(100);
     const Adapter file = adapter();
-    for (const int flags :
+    for (const eboFile::OpenFlags flags :
          {kWrite | eboFile::OpenAtEnd | eboFile::OpenTruncate, kReadWrite | eboFile::OpenTruncate,
           kReadWrite | eboFile::OpenTruncate | eboFile::OpenAtEnd}) {
         auto isOpen = async([&] { return file->open(flags); });

@@ -183,7 +183,7 @@ class CountingFactory : public eboFileFactory {
 public:
     std::atomic<int> asked{0};
 
-    ebo::refptr<eboFile> open(const char* path, int options) override
+    ebo::refptr<eboFile> open(const char* path, Options options) override
     {
         ++asked;
         return eboFileFactory::open(path, options);

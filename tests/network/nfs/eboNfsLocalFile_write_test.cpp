@@ -61,8 +61,8 @@ TEST_F(LocalFileWriting, ChangesOfThisDeviceReachAllOthers)
     const auto device = join();
     open(*device, 3, u"/music/song", 2 * kBlock);
     open(*device, 4, u"/music/song", 2 * kBlock);
-    const auto local = factory()->open(path.c_str(), 0);
-    ASSERT_TRUE(local->open(28));
+    const auto local = factory()->open(path.c_str(), {});
+    ASSERT_TRUE(local->open(eboFile::OpenRead | eboFile::OpenWrite | eboFile::OpenBinary));
     ASSERT_TRUE(local->seek(kBlock));
     EXPECT_EQ(local->write("x", 1), 1);
     EXPECT_EQ(local->sync(), 0);
@@ -187,7 +187,7 @@ TEST_F(LocalFileWriting, ARequestForWhatIsBeingWrittenIsReportedAndServed)
 class StingyFile : public testsupport::MemoryFile {
 public:
     using MemoryFile::MemoryFile;
-    bool open(int /*flags*/) override { return MemoryFile::open(OpenRead); }
+    bool open(OpenFlags /*flags*/) override { return MemoryFile::open(OpenRead); }
     std::int64_t write(const void* /*data*/, std::int64_t /*size*/) override
     {
         ++writes;

@@ -12,7 +12,7 @@ using testsupport::LogCapture;
 namespace {
 
 constexpr std::int64_t kBlock = 4096;
-constexpr int kReadAndWrite = 28;
+constexpr eboFile::OpenFlags kReadAndWrite = eboFile::OpenRead | eboFile::OpenWrite | eboFile::OpenBinary;
 
 class Notification : public ServingTest {
 protected:
@@ -27,7 +27,7 @@ protected:
     ebo::refptr<eboFile> opened(bool syncAfterWrite = false)
     {
         auto file = ebo::makeRef<eboStdFileWitNfsNotification>(
-            ebo::weakptr<eboNfs>(nfs()), plain_->open(path_.c_str(), 0), syncAfterWrite);
+            ebo::weakptr<eboNfs>(nfs()), plain_->open(path_.c_str(), {}), syncAfterWrite);
         EXPECT_TRUE(file->open(kReadAndWrite));
         return file;
     }
@@ -147,12 +147,12 @@ TEST_F(Notification, AFileThatNobodyHasOpenConcernsNobody)
 {
     const std::string other = put("other", "12345");
     const auto file = ebo::makeRef<eboStdFileWitNfsNotification>(ebo::weakptr<eboNfs>(nfs()),
-                                                                 plain_->open(other.c_str(), 0), false);
+                                                                 plain_->open(other.c_str(), {}), false);
     ASSERT_TRUE(file->open(kReadAndWrite));
     EXPECT_TRUE(file->truncate(1));
     file->close();
     const auto lonely = ebo::makeRef<eboStdFileWitNfsNotification>(ebo::weakptr<eboNfs>(),
-                                                                   plain_->open(path_.c_str(), 0), false);
+                                                                   plain_->open(path_.c_str(), {}), false);
     ASSERT_TRUE(lonely->open(kReadAndWrite));
     EXPECT_TRUE(lonely->truncate(1));
     EXPECT_EQ(lonely->sync(), 0);

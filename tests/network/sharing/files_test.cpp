@@ -36,7 +36,7 @@ public:
     {
         ebo::refptr<eboFile> result;
         EXPECT_TRUE(until([&] {
-            result = factory_->open(url.constData(), 0);
+            result = factory_->open(url.constData(), {});
             return bool(result);
         }));
         return result;
@@ -60,7 +60,7 @@ private:
     FileSharing sharing_;
 };
 
-constexpr int kReadFlags = eboFile::OpenRead | eboFile::OpenBinary;
+constexpr eboFile::OpenFlags kReadFlags = eboFile::OpenRead | eboFile::OpenBinary;
 
 std::string someBytes(std::size_t size)
 {

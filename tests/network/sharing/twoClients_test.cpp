@@ -35,7 +35,7 @@ struct Client {
     {
         ebo::refptr<eboFile> result;
         EXPECT_TRUE(until([&] {
-            result = factory->open(url.constData(), 0);
+            result = factory->open(url.constData(), {});
             return bool(result);
         }));
         return result;
@@ -60,7 +60,7 @@ auto elsewhere(Function function)
 
 class TwoClients : public SharingTest {
 protected:
-    static constexpr int kFlags = eboFile::OpenRead | eboFile::OpenWrite | eboFile::OpenBinary;
+    static constexpr eboFile::OpenFlags kFlags = eboFile::OpenRead | eboFile::OpenWrite | eboFile::OpenBinary;
 
     void SetUp() override
     {
