@@ -5,7 +5,7 @@
 #include "analysis/TrackDataChunk.h"
 #include "analysis/WaveChunk.h"
 #include "analysis/keyText.h"
-#include "analysis/transientFrameSize.h"
+#include "analysis/reasonAgainst.h"
 #include "formats/eboAudioFormatReader.h"
 
 #include <QCoreApplication>
@@ -14,7 +14,6 @@
 #include <QEvent>
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace {
@@ -22,12 +21,12 @@ namespace {
 // The block loop covers the progress up to here; the rest belongs to the last stage of beat analysis.
 constexpr float kBlockLoopShare = 0.96f;
 
-// Analysis counts the frames of a track in 31 bits.
-constexpr std::uint32_t kLongestTrack = std::numeric_limits<std::int32_t>::max();
-
 // A file may announce any length and then hold next to nothing, and yet the wave of the missing rest is owed
 // to the host in one piece. Beyond this many entries, some eleven hours, the announcement is not believed.
 constexpr std::uint32_t kLongestFlush = 4U << 20;
+
+/// A host that reads what we log can tell its users; the message of a failed run has no room for it.
+void warnOf(const QString& reason) { qWarning().noquote() << "Cannot analyse the track: it" << reason; }
 
 constexpr int kDefaultMinimumBpm = AnalysisPreferences{}.minimumBpm;
 
@@ -96,6 +95,7 @@ void BeatDetectionRunner::process(const QString& path, AnalysisPreferences analy
     blockCount_ = ((length - 1) / kBlockSize) + 1;
     lastBlockSize_ = length - (length - 1) / kBlockSize * kBlockSize;
     if (length <= analysis->frameSize()) {
+        warnOf(tooShortReason(length));
         Q_EMIT detectionError();
         return;  // without finished: the thread stays up until RunThreads joins it
     }
@@ -126,9 +126,12 @@ ebo::refptr<eboAudioFormatReader> BeatDetectionRunner::createReader()
     if (!track)
         return nullptr;
     const auto reader = ebo::dynamicCast<eboAudioFormatReader>(track->createReader(true));
-    if (!reader || reader->length() == 0 || reader->length() > kLongestTrack ||
-        transientFrameSize(static_cast<float>(reader->sampleRate())) == 0)
+    if (!reader)
         return nullptr;
+    if (const auto reason = reasonAgainst(*reader)) {
+        warnOf(*reason);
+        return nullptr;
+    }
     return reader;
 }
 
@@ -160,12 +163,15 @@ BeatDetectionRunner::Outcome BeatDetectionRunner::analyzeBlocks(eboAudioFormatRe
         isLast = isLast || received < wanted;
         // Half a track must not pass for a whole one.
         if (reader.hasLostData()) {
-            qWarning() << "The file went away at frame" << position_ + received << "of" << reader.length();
+            warnOf(QStringLiteral("could not be read beyond frame %1 of %2")
+                       .arg(position_ + received)
+                       .arg(reader.length()));
             return Outcome::kUnusable;
         }
         if (received < wanted && analysis.waveform().entriesMissing() > kLongestFlush) {
-            qWarning() << "The file ends at frame" << position_ + received << "of" << reader.length()
-                       << "announced";
+            warnOf(QStringLiteral("ends at frame %1 of the %2 that it announces")
+                       .arg(position_ + received)
+                       .arg(reader.length()));
             return Outcome::kUnusable;
         }
 

@@ -1,5 +1,7 @@
 #include "formats/DecoderFeed.h"
 
+#include "runtime/logCategories.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <utility>
@@ -14,12 +16,12 @@ std::int64_t DecoderFeed::read(void* buffer, std::size_t size)
     if (bytesLeft_ <= 0)
         return -1;
     if (stopCheck_ && stopCheck_()) {
-        hasFailed_ = true;
+        hasFailed_ = true;  // by the user's own wish: nothing to log
         return -1;
     }
     const std::int64_t count = file_.read(buffer, static_cast<std::int64_t>(size));
     if (count < 0 || (count == 0 && size > 0 && !file_.atEnd()))
-        hasFailed_ = true;
+        fail();
     bytesLeft_ -= std::max(count, std::int64_t{0});
     return count;
 }
@@ -44,6 +46,13 @@ bool DecoderFeed::seek(std::int64_t position)
         return true;
     // Places that no file has are what broken headers ask for.
     if (position >= 0 && position <= file_.size())
-        hasFailed_ = true;
+        fail();
     return false;
+}
+
+/// Once, since a decoder may try again and again.
+void DecoderFeed::fail()
+{
+    if (!std::exchange(hasFailed_, true))
+        qCWarning(ebo::log::fileFormats) << "Failed to read" << file_.filePath() << "at byte" << file_.pos();
 }

@@ -48,6 +48,8 @@ public:
     [[nodiscard]] bool hasFailed() const { return hasFailed_ || file_.hasLostData(); }
 
 private:
+    void fail();
+
     eboFile& file_;
     const StopCheck stopCheck_;
     const std::int64_t mostBytesPerCall_;

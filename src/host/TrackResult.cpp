@@ -31,6 +31,12 @@ QString kindName(ErrorKind kind)
         return QStringLiteral("bad-message");
     case ErrorKind::kRejected:
         return QStringLiteral("rejected");
+    case ErrorKind::kUnreadable:
+        return QStringLiteral("unreadable");
+    case ErrorKind::kTooShort:
+        return QStringLiteral("too-short");
+    case ErrorKind::kTooLong:
+        return QStringLiteral("too-long");
     case ErrorKind::kStopped:
         return QStringLiteral("stopped");
     }

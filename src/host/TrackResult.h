@@ -21,6 +21,9 @@ enum class ErrorKind {
     kOutOfMemory,     ///< The worker died for want of memory.
     kBadMessage,      ///< The worker sent what the protocol does not allow.
     kRejected,        ///< The worker says that the track cannot be opened or read.
+    kUnreadable,      ///< The same, because the file, its disk or the link to it failed.
+    kTooShort,        ///< The same, because there is next to no sound.
+    kTooLong,         ///< The same, because there is more than can be analysed.
     kStopped,         ///< The run ended at the host's own wish.
 };
 

@@ -2,6 +2,7 @@
 
 #include "host/decodedFrames.h"
 #include "host/gridBeats.h"
+#include "host/rejection.h"
 
 #include <cmath>
 
@@ -36,7 +37,7 @@ void TrackRun::note(const Finished& finished)
 void TrackRun::note(const Error& error)
 {
     over_ = true;
-    error_ = TrackError{ErrorKind::kRejected,
+    error_ = TrackError{rejectionKind(error.text),
                         error.text.isEmpty() ? QStringLiteral("the worker cannot read it") : error.text};
 }
 

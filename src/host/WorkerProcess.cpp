@@ -4,6 +4,7 @@
 #include "app/protocol/messageIds.h"
 #include "host/parseMessage.h"
 #include "host/processCpuSeconds.h"
+#include "host/rejection.h"
 #include "host/takeFrame.h"
 
 #include <QHostAddress>
@@ -101,9 +102,12 @@ std::optional<double> WorkerProcess::cpuSeconds()
 
 void WorkerProcess::sendStart(const AnalysisRequest& request)
 {
-    if (isConnected())
-        eboOfflineAnalysisProtocol::sendMessage(socket_, kStreamTag, eboOfflineAnalysisProtocol::kStart,
-                                                startPayload(request));
+    if (!isConnected())
+        return;
+    onStandardErrorReady();
+    standardErrorTail_.clear();  // from now on it is about this track
+    eboOfflineAnalysisProtocol::sendMessage(socket_, kStreamTag, eboOfflineAnalysisProtocol::kStart,
+                                            startPayload(request));
 }
 
 void WorkerProcess::sendStop()
@@ -134,15 +138,27 @@ void WorkerProcess::onReadyRead()
         if (std::holds_alternative<NoFrame>(next))
             return;
         const auto* frame = std::get_if<Frame>(&next);
-        const auto message = frame != nullptr ? parseMessage(frame->messageId, frame->payload) : std::nullopt;
-        if (message)
+        auto message = frame != nullptr ? parseMessage(frame->messageId, frame->payload) : std::nullopt;
+        if (message) {
+            addReason(*message);
             Q_EMIT messageReceived(*message);
-        else if (frame != nullptr)
+        } else if (frame != nullptr)
             fail(ErrorKind::kBadMessage,
                  QStringLiteral("the worker sent a malformed message %1").arg(frame->messageId));
         else
             fail(ErrorKind::kBadMessage, QStringLiteral("the worker sent a damaged frame"));
     }
+}
+
+/// What the worker logged before it sent the message is in the pipe by then.
+void WorkerProcess::addReason(Message& message)
+{
+    auto* const error = std::get_if<Error>(&message);
+    if (error == nullptr || !error->text.isEmpty())
+        return;
+    process_.waitForReadyRead(0);
+    onStandardErrorReady();
+    error->text = rejectionReason(standardErrorTail_);
 }
 
 void WorkerProcess::onSocketDisconnected()

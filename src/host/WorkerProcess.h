@@ -66,6 +66,7 @@ private:
     void onProcessError(QProcess::ProcessError error);
     void onProcessFinished();
     void onStandardErrorReady();
+    void addReason(Message& message);
 
     void fail(ErrorKind kind, const QString& text);
     void failByEnd();

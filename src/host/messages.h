@@ -69,7 +69,7 @@ struct Finished {
 
 /// The run ended badly: the track cannot be opened or read.
 struct Error {
-    QString text;  ///< Empty from today's workers.
+    QString text;  ///< Why, if anything is known; see rejectionReason.
 };
 
 /// A message of a number that this library does not know; to be ignored.

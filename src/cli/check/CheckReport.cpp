@@ -12,13 +12,6 @@
 #include <cmath>
 
 namespace tunesift::cli {
-namespace {
-
-// Encoders' padding is announced by some formats and taken away by their decoders.
-constexpr double kPaddingSeconds = 0.1;
-
-}  // namespace
-
 bool CheckReport::isFaulty() const
 {
     return std::any_of(findings.begin(), findings.end(),
@@ -58,31 +51,22 @@ void CheckReport::takeOutput(const QByteArray& output)
     decodedFrames = number("decodedFrames");
     peak = object[QLatin1String("peak")].toDouble();
     clippedPlaces = number("clippedPlaces");
-    judge(number("announcedBytes"), number("bytes"), object[QLatin1String("complaints")].toString());
+    judge(object);
 }
 
-void CheckReport::judge(qint64 announcedBytes, qint64 bytes, const QString& complaints)
+void CheckReport::judge(const QJsonObject& probed)
 {
-    const auto seconds = [this](qint64 frames) {
-        return QString::number(static_cast<double>(frames) / static_cast<double>(sampleRate), 'f', 3);
-    };
     if (!wasDecoded)
         findings.push_back(
             hasKnownExtension(path)
                 ? Finding{kNotAudio, QStringLiteral("its decoder cannot open it")}
                 : Finding{kUnsupported, QStringLiteral("its name is not that of a format that is read")});
-    if (announcedBytes > bytes)
-        findings.push_back({kTruncated, QStringLiteral("cut short: its header announces %1 bytes, it has %2")
-                                            .arg(announcedBytes)
-                                            .arg(bytes)});
-    const auto padding = static_cast<qint64>(kPaddingSeconds * static_cast<double>(sampleRate));
-    if (wasDecoded && decodedFrames + padding < statedFrames)
-        findings.push_back(
-            {kTruncated, QStringLiteral("cut short: %1 of %2 s can be decoded (%3 of %4 frames)")
-                             .arg(seconds(decodedFrames), seconds(statedFrames))
-                             .arg(decodedFrames)
-                             .arg(statedFrames)});
+    judgeLength(probed);
+    if (probed[QLatin1String("digestDiffers")].toBool())
+        findings.push_back({QStringLiteral("digest"),
+                            QStringLiteral("its sound is not that of which it carries the MD5 sum")});
     if (wasDecoded) {
+        const QString complaints = probed[QLatin1String("complaints")].toString();
         for (const QString& complaint : complaints.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
             findings.push_back({QStringLiteral("decoder"), QStringLiteral("the decoder says: ") + complaint});
     }
@@ -93,6 +77,35 @@ void CheckReport::judge(qint64 announcedBytes, qint64 bytes, const QString& comp
                                 .arg(clippedPlaces)
                                 .arg(peakDecibels, 0, 'f', 1),
                             false});
+}
+
+void CheckReport::judgeLength(const QJsonObject& probed)
+{
+    const auto announcedBytes = static_cast<qint64>(probed[QLatin1String("announcedBytes")].toDouble());
+    const auto bytes = static_cast<qint64>(probed[QLatin1String("bytes")].toDouble());
+    if (announcedBytes > bytes)
+        findings.push_back({kTruncated, QStringLiteral("cut short: its header announces %1 bytes, it has %2")
+                                            .arg(announcedBytes)
+                                            .arg(bytes)});
+    if (probed[QLatin1String("hasFailed")].toBool())
+        findings.push_back({kUnreadable, QStringLiteral("it could not be read to its end")});
+    if (!wasDecoded)
+        return;
+    const auto seconds = [this](qint64 frames) {
+        return QString::number(static_cast<double>(frames) / static_cast<double>(sampleRate), 'f', 3);
+    };
+    const auto compared = [&](const QString& text) {
+        return text.arg(seconds(decodedFrames), seconds(statedFrames)).arg(decodedFrames).arg(statedFrames);
+    };
+    if (probed[QLatin1String("endsEarly")].toBool())
+        findings.push_back(
+            {kTruncated, compared(QStringLiteral("cut short: %1 of %2 s can be decoded (%3 of %4 frames)"))});
+    if (probed[QLatin1String("endsLate")].toBool())
+        findings.push_back(
+            {QStringLiteral("surplus"),
+             compared(QStringLiteral("plays longer than it states: %1 instead of %2 s (%3 instead "
+                                     "of %4 frames)")),
+             false});
 }
 
 QString CheckReport::text() const

@@ -9,6 +9,8 @@
 #include <optional>
 #include <vector>
 
+class QJsonObject;
+
 namespace tunesift::cli {
 
 /// What `tunesift check` says of one file.
@@ -43,7 +45,8 @@ struct CheckReport {
 
 private:
     void takeOutput(const QByteArray& output);
-    void judge(qint64 announcedBytes, qint64 bytes, const QString& complaints);
+    void judge(const QJsonObject& probed);
+    void judgeLength(const QJsonObject& probed);
 };
 
 }  // namespace tunesift::cli

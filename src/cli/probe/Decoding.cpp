@@ -63,6 +63,19 @@ void decodeAll(eboAudioFormatReader& reader, Decoding& decoding)
     decoding.clippedPlaces = counter.places();
 }
 
+void judge(eboAudioFormatReader& reader, Decoding& decoding)
+{
+    const TrackLength length = reader.trackLength();
+    decoding.statedFrames =
+        static_cast<quint64>(length.statedFrames() > 0 ? length.statedFrames() : length.frames());
+    decoding.ending =
+        length.endingAfter(static_cast<std::int64_t>(decoding.decodedFrames), reader.sampleRate());
+    decoding.hasFailed = reader.hasLostData();
+    // Of a part of the sound there is no digest.
+    decoding.digestDiffers = decoding.ending != TrackLength::Ending::kEarly &&
+                             reader.digestVerdict() == eboAudioFormatReader::DigestVerdict::kDiffers;
+}
+
 }  // namespace
 
 Decoding decode(const QString& path)
@@ -72,13 +85,15 @@ Decoding decode(const QString& path)
     decoding.bytes = QFileInfo(path).size();
     const auto formats = ebo::makeRef<eboFileFormats>(nullptr);
     const Complaints complaints;  // after the formats, which silence their decoders
-    const auto reader = ebo::dynamicCast<eboAudioFormatReader>(formats->createReader(path));
+    DecodingOptions options;
+    options.comparesDigest = true;
+    const auto reader = ebo::dynamicCast<eboAudioFormatReader>(formats->createReader(path, options));
     if (reader && reader->channelCount() > 0) {
         decoding.opened = true;
         decoding.sampleRate = reader->sampleRate();
         decoding.channels = reader->channelCount();
-        decoding.statedFrames = reader->length();
         decodeAll(*reader, decoding);
+        judge(*reader, decoding);
     }
     decoding.complaints = complaints.texts();
     return decoding;

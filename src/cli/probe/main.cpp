@@ -85,6 +85,10 @@ int check(const QString& path)
     line.add("channels", number(decoding.channels));
     line.add("statedFrames", number(decoding.statedFrames));
     line.add("decodedFrames", number(decoding.decodedFrames));
+    line.addTruth("endsEarly", decoding.ending == TrackLength::Ending::kEarly);
+    line.addTruth("endsLate", decoding.ending == TrackLength::Ending::kLate);
+    line.addTruth("hasFailed", decoding.hasFailed);
+    line.addTruth("digestDiffers", decoding.digestDiffers);
     line.add("peak", decoding.peak);
     line.add("clippedPlaces", number(decoding.clippedPlaces));
     line.add("announcedBytes", decoding.announcedBytes);

@@ -12,7 +12,7 @@ Failure rejection(const QByteArray& path)
                 QStringLiteral("it cannot be reached, or is no audio that the worker can read")};
     if (!hasKnownExtension(path))
         return {kUnsupported, QStringLiteral("its name is not that of a format that the worker reads")};
-    return {kNotAudio, QStringLiteral("it is no audio that the worker can read, or too short to analyse")};
+    return {kNotAudio, QStringLiteral("it is no audio that the worker can read")};
 }
 
 Failure earlyEnd(const host::TrackResult& result)
@@ -39,6 +39,12 @@ std::optional<Failure> failureOf(const QByteArray& path, const host::TrackResult
     case host::ErrorKind::kSilent:
     case host::ErrorKind::kTimedOut:
         return Failure{kTimeout, error.text};
+    case host::ErrorKind::kUnreadable:
+        return Failure{isOnAnotherDevice(path) ? kUnreachable : kUnreadable, error.text};
+    case host::ErrorKind::kTooShort:
+        return Failure{kTooShort, error.text};
+    case host::ErrorKind::kTooLong:
+        return Failure{kTooLong, error.text};
     case host::ErrorKind::kUnreachable:
         return Failure{kUnreachable, error.text};
     case host::ErrorKind::kOutOfMemory:

@@ -23,6 +23,10 @@ inline constexpr QLatin1String kNotFound = kindWord("not-found");
 inline constexpr QLatin1String kPermission = kindWord("permission");
 inline constexpr QLatin1String kEmpty = kindWord("empty");
 inline constexpr QLatin1String kNotAudio = kindWord("not-audio");
+inline constexpr QLatin1String kUnreadable =
+    kindWord("unreadable");  ///< Its disk, or the link to it, failed.
+inline constexpr QLatin1String kTooShort = kindWord("too-short");
+inline constexpr QLatin1String kTooLong = kindWord("too-long");
 inline constexpr QLatin1String kUnsupported = kindWord("unsupported");
 inline constexpr QLatin1String kTruncated =
     kindWord("truncated");  ///< What there is of it has been analysed.
