@@ -1,5 +1,7 @@
 #include "network/exchange/PacketStream.h"
 
+#include "network/discovery/PeerBudget.h"
+#include "network/exchange/TurnBudget.h"
 #include "runtime/logCategories.h"
 
 #include <QtEndian>
@@ -8,8 +10,23 @@
 #include <array>
 #include <utility>
 
-PacketStream::PacketStream(QPointer<QTcpSocket> socket) : socket_(std::move(socket))
+using eboDiscoverer::PeerBudget;
+
+namespace {
+
+constexpr qint64 kCostOfPacket = 64;  // besides its bytes, which may be none
+
+}  // namespace
+
+PacketStream::PacketStream(QPointer<QTcpSocket> socket, bool isReading)
+    : socket_(std::move(socket)), isReading_(!isReading), again_(this)
 {
+    again_.setSingleShot(true);
+    again_.setInterval(0);
+    connect(&again_, &QTimer::timeout, this, [this] {
+        if (isConnected())
+            read(Extent::kOneTurn);
+    });
     connect(socket_, &QTcpSocket::readyRead, this, &PacketStream::onReadyRead, Qt::DirectConnection);
     connect(socket_, &QTcpSocket::disconnected, this, &PacketStream::onSocketDisconnected,
             Qt::DirectConnection);
@@ -17,7 +34,17 @@ PacketStream::PacketStream(QPointer<QTcpSocket> socket) : socket_(std::move(sock
             Qt::DirectConnection);
     connect(socket_, &QTcpSocket::errorOccurred, this, &PacketStream::onSocketError, Qt::DirectConnection);
     connect(socket_, &QTcpSocket::bytesWritten, this, &PacketStream::bytesWritten, Qt::DirectConnection);
-    onReadyRead();
+    setReading(isReading);
+}
+
+void PacketStream::setReading(bool isReading)
+{
+    constexpr qint64 kLeastBuffer = 4096;
+    if (std::exchange(isReading_, isReading) == isReading || !socket_)
+        return;
+    socket_->setReadBufferSize(isReading ? PeerBudget::kUnparsedBytes : kLeastBuffer);
+    if (isReading)
+        onReadyRead();
 }
 
 PacketStream::~PacketStream()
@@ -38,13 +65,37 @@ void PacketStream::onReadyRead()
         Q_EMIT disconnected(this);
         return;
     }
+    read(Extent::kOneTurn);
+}
+
+bool PacketStream::hasTooMuch() const { return waitingBytes_ >= PeerBudget::kWaitingBytes; }
+
+void PacketStream::read(Extent extent)
+{
+    eboNetworkExchange::TurnBudget turn;
     // The socket is looked for each time: whoever hears of a packet may end the stream.
-    while (socket_ && socket_->bytesAvailable() > 0) {
-        if (inPacket_)
+    while (socket_ && isReading_ && socket_->bytesAvailable() > 0) {
+        if (inPacket_) {
             readPayload();
-        else if (readSize() == Progress::kWait)
+            continue;
+        }
+        if (extent == Extent::kOneTurn && hasTooMuch())
+            return;  // until a packet is taken
+        if (extent == Extent::kOneTurn && !turn.take()) {
+            again_.start();
+            return;
+        }
+        if (readSize() == Progress::kWait)
             return;
     }
+}
+
+/// What has arrived whole counts, also if the connection ends before its turn has come.
+void PacketStream::readRest()
+{
+    if (again_.isActive() || hasTooMuch())
+        read(Extent::kWhatIsThere);
+    again_.stop();
 }
 
 PacketStream::Progress PacketStream::readSize()
@@ -77,6 +128,7 @@ void PacketStream::readPayload()
     received_.resize(before + static_cast<int>(std::max<qint64>(count, 0)));
     if (received_.size() < expectedSize_)
         return;
+    waitingBytes_ += received_.size() + kCostOfPacket;
     packets_.append(std::exchange(received_, {}));
     ++waiting_;
     inPacket_ = false;
@@ -88,7 +140,12 @@ QByteArray PacketStream::nextPacket()
     if (packets_.isEmpty())
         return {};
     --waiting_;
-    return packets_.takeFirst();
+    QByteArray packet = packets_.takeFirst();
+    const bool hadTooMuch = hasTooMuch();
+    waitingBytes_ -= packet.size() + kCostOfPacket;
+    if (hadTooMuch && !hasTooMuch() && socket_)
+        again_.start();
+    return packet;
 }
 
 bool PacketStream::sendPacket(const QByteArray& packet)
@@ -141,6 +198,7 @@ void PacketStream::onSocketStateChanged(QAbstractSocket::SocketState state)
     qCInfo(ebo::log::packetStream) << this << "Socket state changed:" << state;
     if (state == QAbstractSocket::ConnectedState)
         return;
+    readRest();
     releaseSocket();
     Q_EMIT disconnected(this);
 }
@@ -148,6 +206,7 @@ void PacketStream::onSocketStateChanged(QAbstractSocket::SocketState state)
 void PacketStream::onSocketError(QAbstractSocket::SocketError error)
 {
     qCWarning(ebo::log::packetStream) << this << "Socket error:" << error << ", will disconnect.";
+    readRest();
     releaseSocket();
     Q_EMIT disconnected(this);
 }

@@ -147,6 +147,7 @@ TEST_F(DirectoryServer, AServiceConnectionBecomesAStreamOfItsHost)
 TEST_F(DirectoryServer, PacketsRightBehindTheOpeningAreNotLost)
 {
     announce(wire::kLower, 1);
+    RawPeer peer = identifiedPeer();
     RawPeer stream = RawPeer::connectTo(servicePort());
     stream.send(wire::serviceInfo(wire::kLower, "FileTransfer", 1) + wire::packet("one") +
                 wire::packet("two"));
@@ -159,6 +160,7 @@ TEST_F(DirectoryServer, PacketsRightBehindTheOpeningAreNotLost)
 TEST_F(DirectoryServer, TheOpeningOfAServiceConnectionMayComeByteByByte)
 {
     announce(wire::kLower, 1);
+    RawPeer peer = identifiedPeer();
     RawPeer stream = RawPeer::connectTo(servicePort());
     stream.sendSlowly(wire::serviceInfo(wire::kLower, "FileTransfer", 1) + wire::packet("slow"));
     const ServiceRef service = readyService(hosts_.at(0));

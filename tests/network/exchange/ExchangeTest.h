@@ -42,9 +42,16 @@ protected:
     /// Waits until the host's service is there and ready.
     ServiceRef readyService(const HostRef& host);
 
+    /// A beacon of the device comes, and what follows from it has happened.
+    void hearBeacon(const FakeDiscoverer::HostRef& heard, const QHostAddress& from = localhost());
+
+    /// Whether the peer is still talked to: a question of its is answered.
+    [[nodiscard]] static bool isAnswered(RawPeer& peer);
+
     std::unique_ptr<ebo::GarbageCollection> collector_;
     ebo::refptr<FakeDiscoverer> discoverer_;
     std::shared_ptr<eboNetworkExchange::ThreadCalls> calls_;
+    eboDiscoverer::LocalAddresses::Entries ownAddresses_ = eboDiscoverer::LocalAddresses::listOfSystem();
     ebo::refptr<eboNetworkExchange::NetworkExchange> exchange_;
     QList<HostRef> hosts_;      // as the exchange tells of them
     int directorySockets_ = 0;  // likewise

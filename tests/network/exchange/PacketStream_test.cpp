@@ -210,6 +210,45 @@ TEST_F(PacketStreamTest, AnErrorAndItsStateChangeMayBothTell)
                                                 "disconnect.")));
 }
 
+TEST_F(PacketStreamTest, OfManyThatComeAtOnceNoneIsLostWithTheConnection)
+{
+    stream();
+    std::string many;
+    constexpr int kPackets = 1000;  // more than one turn takes
+    for (int i = 0; i < kPackets; ++i)
+        many += packet("word");
+    peer_->send(many);
+    peer_->close();
+    EXPECT_TRUE(pumpUntil([this] { return stream().socket() == nullptr; }));
+    EXPECT_EQ(packets(kPackets).size(), static_cast<std::size_t>(kPackets));
+}
+
+TEST_F(PacketStreamTest, EmptyPacketsCostTheirPlaceToo)
+{
+    stream();
+    const std::string nothing(1U << 20U, '\0');
+    std::size_t sent = 0;
+    int idle = 0;
+    EXPECT_TRUE(pumpUntil([&] {
+        const std::size_t step = peer_->trySend(nothing);
+        sent += step;
+        idle = step == 0 ? idle + 1 : 0;
+        return idle > 30 || sent > (256U << 20U);
+    }));
+    EXPECT_LT(sent, 32U << 20U);
+    EXPECT_LT(stream().packetsAvailable(), 10000);
+}
+
+TEST_F(PacketStreamTest, IsReadOnlyWhenItShallBe)
+{
+    PacketStream paused(socket_, false);
+    peer_->send(packet("early"));
+    ASSERT_TRUE(pumpUntil([this] { return socket_->bytesAvailable() == 9; }));
+    EXPECT_EQ(paused.packetsAvailable(), 0);
+    paused.setReading(true);
+    EXPECT_EQ(paused.packetsAvailable(), 1);
+}
+
 TEST_F(PacketStreamTest, EndsTheConnectionWithItself)
 {
     stream();

@@ -1,6 +1,8 @@
 // Peers that do what no device does. Whatever it is, a good device is served afterwards.
 
 #include "network/exchange/ExchangeTest.h"
+
+#include "network/discovery/PeerBudget.h"
 #include "support/LogCapture.h"
 #include "support/repetitions.h"
 
@@ -55,7 +57,7 @@ TEST_F(HostilePeer, FiveHundredThatNeverSayAWordHinderNobody)
 
 TEST_F(HostilePeer, OfTooManyStrangersTheOldestGoAndDevicesStay)
 {
-    constexpr int kMost = eboNetworkExchange::DirectoryServer::kMostDirectorySockets;
+    constexpr int kMost = eboDiscoverer::PeerBudget::kSockets;
     constexpr rlim_t kDescriptors = 2 * kMost + 100;
     rlimit limit{};
     ::getrlimit(RLIMIT_NOFILE, &limit);
@@ -80,7 +82,7 @@ TEST_F(HostilePeer, OfTooManyStrangersTheOldestGoAndDevicesStay)
 TEST_F(HostilePeer, OfServiceConnectionsWithoutAnOpeningTheOldestGo)
 {
     std::vector<RawPeer> silent;
-    for (int i = 0; i < eboNetworkExchange::DirectoryServer::kMostUnassigned + 1; ++i) {
+    for (int i = 0; i < eboDiscoverer::PeerBudget::kOpenings + 1; ++i) {
         silent.push_back(RawPeer::connectTo(servicePort()));
         QCoreApplication::processEvents();
     }
@@ -124,6 +126,7 @@ TEST_F(HostilePeer, AnOpeningWithoutAnEndIsClosed)
 TEST_F(HostilePeer, WildSizesInAStreamCostTheirBytes)
 {
     announce(wire::kLower, 1);
+    RawPeer peer = identifiedPeer();
     RawPeer stream = streamOfLower();
     const ServiceRef service = readyService(hosts_.at(0));
     const std::string largest(65534, 'l');
