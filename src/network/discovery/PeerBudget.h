@@ -26,8 +26,8 @@ struct PeerBudget {
     /// Streams that carry one service of one device.
     static constexpr int kStreams = 256;
 
-    /// Bytes of packets that wait in a stream before it is read no further, and what the system's socket is
-    /// emptied into.
+    /// Bytes of packets that wait in a stream before it is read no further, and bytes that have been read and
+    /// not parsed before no more are taken from the system.
     static constexpr qint64 kWaitingBytes = 1024 * 1024;
     static constexpr qint64 kUnparsedBytes = 256 * 1024;
 

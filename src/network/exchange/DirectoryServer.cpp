@@ -1,7 +1,5 @@
 #include "network/exchange/DirectoryServer.h"
 
-#include "network/discovery/PeerBudget.h"
-#include "network/discovery/sameAddress.h"
 #include "network/exchange/NetworkExchange.h"
 #include "runtime/logCategories.h"
 
@@ -14,8 +12,13 @@ namespace eboNetworkExchange {
 
 namespace {
 
-using eboDiscoverer::PeerBudget;
-using eboDiscoverer::sameAddress;
+/// Of an attempt, or of an established connection, which says `disconnected` next.
+void logError(const QTcpSocket& socket, QAbstractSocket::SocketError error)
+{
+    qCWarning(ebo::log::networkConnection)
+        << "Socket error:" << socket.peerAddress() << "(local address:" << socket.localAddress()
+        << ") Error:" << error;
+}
 
 /// Hosts that ask to be looked at are gathered for so long. Milliseconds.
 constexpr int kGather = 20;
@@ -27,8 +30,8 @@ DirectoryServer::DirectoryServer(const QUuid& localUuid, ebo::weakptr<NetworkExc
                                  std::shared_ptr<eboDiscoverer::LocalAddresses> addresses)
     : localUuid_(localUuid), exchange_(std::move(exchange)), calls_(std::move(calls)),
       addresses_(std::move(addresses)),
-      connector_(budget_, [this](const QHostAddress& peer) { return makeRoom(peer); }), checkTimer_(this),
-      pingTimer_(std::make_unique<QTimer>())
+      connector_(budget_, [this](const QHostAddress& peer) { return makeRoom(peer); }), connections_(budget_),
+      openings_(budget_), checkTimer_(this), pingTimer_(std::make_unique<QTimer>())
 {
     qCInfo(ebo::log::networkConnection) << "Local Uuid:" << localUuid_;
     connect(pingTimer_.get(), &QTimer::timeout, this, &DirectoryServer::onPingTimerTimeout);
@@ -39,6 +42,11 @@ DirectoryServer::DirectoryServer(const QUuid& localUuid, ebo::weakptr<NetworkExc
     checkTimer_.setInterval(kGather);
     connect(&checkTimer_, &QTimer::timeout, this, &DirectoryServer::onChecksDue);
     connect(this, &Server::connectionsWait, this, &DirectoryServer::onNewConnection);
+    connect(&connections_, &DirectoryConnections::received, this, &DirectoryServer::receive);
+    connect(&connections_, &DirectoryConnections::lost, this, &DirectoryServer::onLost);
+    connect(&connections_, &DirectoryConnections::countChanged, this,
+            &DirectoryServer::numberOfDirectorySocketsChanged);
+    connect(&openings_, &ServiceOpenings::opened, this, &DirectoryServer::openStream);
 }
 
 DirectoryServer::~DirectoryServer() = default;
@@ -60,16 +68,8 @@ void DirectoryServer::shutDown()
         host->setConnected(false);
         host->shutDown();
     }
-    for (DirectoryConnection* const connection : std::exchange(connections_, {})) {
-        disconnect(connection, nullptr, this, nullptr);
-        connection->socket()->disconnectFromHost();
-        connection->deleteLater();
-    }
-    for (ServiceOpening* const opening : std::exchange(openings_, {})) {
-        disconnect(opening, nullptr, this, nullptr);
-        opening->socket()->disconnectFromHost();
-        opening->deleteLater();
-    }
+    connections_.closeAll();
+    openings_.closeAll();
 }
 
 ebo::refptr<Host> DirectoryServer::find(const QUuid& uuid) const
@@ -82,22 +82,6 @@ QList<ebo::refptr<Host>> DirectoryServer::hosts() const
 {
     const QMutexLocker locker(&mutex_);
     return hosts_.values();
-}
-
-DirectoryConnection* DirectoryServer::connectionOf(const QTcpSocket* socket) const
-{
-    const auto entry =
-        std::find_if(connections_.begin(), connections_.end(),
-                     [socket](const DirectoryConnection* known) { return known->socket() == socket; });
-    return entry == connections_.end() ? nullptr : *entry;
-}
-
-QList<ExistingConnection> DirectoryServer::connections() const
-{
-    QList<ExistingConnection> result;
-    for (const DirectoryConnection* const connection : connections_)
-        result.append({connection->local(), connection->peer(), connection->socket()->peerPort()});
-    return result;
 }
 
 // Making connections.
@@ -129,7 +113,7 @@ void DirectoryServer::connectHost(Host& host)
             service->closeStaleStreams(*entries);
         }
     }
-    closeStaleSockets(*entries);
+    connections_.closeStale(*entries);
 }
 
 void DirectoryServer::connectDirectory(Host& host, const QList<LocalEntry>& entries)
@@ -137,36 +121,21 @@ void DirectoryServer::connectDirectory(Host& host, const QList<LocalEntry>& entr
     const quint16 port = host.port();
     if (port == 0)
         return;
-    for (const AddressPair& pair : addressPairs(host.addresses(), port, connections(), entries)) {
+    for (const AddressPair& pair : addressPairs(host.addresses(), port, connections_.ends(), entries)) {
         qCDebug(ebo::log::networkDirectory) << "Connecting to host:" << pair.remote;
-        const bool isNew =
-            connector_.connectTo({&host,
-                                  {pair, port},
-                                  host.heardSince(),
-                                  [this](QTcpSocket* socket) {
-                                      qCInfo(ebo::log::networkConnection)
-                                          << "Connected to host:" << socket->peerAddress() << "via"
-                                          << socket->localAddress();
-                                      onNewSocket(socket, Direction::kOutgoing);
-                                  },
-                                  [this](const QTcpSocket& socket, QAbstractSocket::SocketError error) {
-                                      onSocketError(socket, error);
-                                  }});
+        const bool isNew = connector_.connectTo({&host,
+                                                 {pair, port},
+                                                 host.heardSince(),
+                                                 [this](QTcpSocket* socket) {
+                                                     qCInfo(ebo::log::networkConnection)
+                                                         << "Connected to host:" << socket->peerAddress()
+                                                         << "via" << socket->localAddress();
+                                                     onNewSocket(socket, Direction::kOutgoing);
+                                                 },
+                                                 logError});
         if (!isNew)
             qCDebug(ebo::log::networkDirectory)
                 << "Stopped connection attempt. Host already has connecting socket";
-    }
-}
-
-void DirectoryServer::closeStaleSockets(const QList<LocalEntry>& entries)
-{
-    constexpr int kFewest = 2;  // the last connection is kept, wherever it comes from
-    if (connections_.size() < kFewest)
-        return;
-    const QList<DirectoryConnection*> connections = connections_;
-    for (DirectoryConnection* const connection : connections) {
-        if (connections_.contains(connection) && !isLocal(connection->local(), entries))
-            connection->socket()->disconnectFromHost();
     }
 }
 
@@ -185,35 +154,17 @@ void DirectoryServer::onNewConnection()
 
 void DirectoryServer::onNewSocket(QTcpSocket* socket, Direction direction)
 {
-    budget_.enter(socket, socket->peerAddress());
-    auto* const connection = new DirectoryConnection(socket, direction);
-    connection->setParent(this);
-    connections_.append(connection);
-    Q_EMIT numberOfDirectorySocketsChanged(connections_.size());
-    connect(connection, &DirectoryConnection::messageReceived, this, &DirectoryServer::receive);
-    connect(connection, &DirectoryConnection::becameDeaf, this, &DirectoryServer::dropBroken);
-    connect(connection, &DirectoryConnection::disconnected, this, [this](DirectoryConnection* ended) {
-        qCInfo(ebo::log::networkConnection) << "Socket Disconnected:" << ended->peer();
-        forget(ended);
-    });
+    DirectoryConnection& connection = connections_.add(socket, direction);
     if (direction == Direction::kOutgoing)
-        connect(socket, &QTcpSocket::errorOccurred, connection,
-                [this, socket](QAbstractSocket::SocketError error) { onSocketError(*socket, error); });
+        connect(socket, &QTcpSocket::errorOccurred, &connection,
+                [socket](QAbstractSocket::SocketError error) { logError(*socket, error); });
 
     DirectoryMessage message;
     message.type = DirectoryMessage::kWhois;
     message.hostUuid = localUuid_;
-    if (!connection->send(message))
+    if (!connection.send(message))
         qCWarning(ebo::log::networkDirectory)
             << "onNewSocket: Unable to flush socket. Socket state is:" << socket->state();
-}
-
-/// Of an attempt, or of an established connection, which says `disconnected` next.
-void DirectoryServer::onSocketError(const QTcpSocket& socket, QAbstractSocket::SocketError error)
-{
-    qCWarning(ebo::log::networkConnection)
-        << "Socket error:" << socket.peerAddress() << "(local address:" << socket.localAddress()
-        << ") Error:" << error;
 }
 
 void DirectoryServer::onCheckConnections()
@@ -227,87 +178,34 @@ void DirectoryServer::onCheckConnections()
 
 // Losing them.
 
-void DirectoryServer::forget(DirectoryConnection* connection)
+void DirectoryServer::onLost(const DirectoryConnection* connection)
 {
-    disconnect(connection, nullptr, this, nullptr);
-    QTcpSocket* const socket = connection->socket();
-    budget_.leave(socket);
-    connections_.removeOne(connection);
     // Whoever claims several names is held under each of them.
     for (const auto& host : hosts()) {
-        if (host->holds(socket))
-            host->removeSocket(socket);
+        if (host->holds(connection->socket()))
+            host->removeSocket(connection->socket());
     }
-    Q_EMIT numberOfDirectorySocketsChanged(connections_.size());
-    connection->deleteLater();
-}
-
-void DirectoryServer::dropBroken(DirectoryConnection* connection)
-{
-    qCWarning(ebo::log::networkDirectory) << "Found broken socket.";
-    forget(connection);
-    connection->socket()->abort();
-}
-
-/// Ends the connection that has been a stranger's for the longest time, of one address or of any.
-bool DirectoryServer::dropStranger(const QHostAddress* peer)
-{
-    const auto isOf = [peer](const auto* connection) {
-        return peer == nullptr || sameAddress(connection->peer(), *peer);
-    };
-    const auto opening = std::find_if(openings_.cbegin(), openings_.cend(), isOf);
-    if (opening != openings_.cend()) {
-        dropOpening(*opening);
-        return true;
-    }
-    const auto stranger =
-        std::find_if(connections_.cbegin(), connections_.cend(),
-                     [&](const auto* connection) { return isOf(connection) && connection->isStranger(); });
-    if (stranger == connections_.cend())
-        return false;
-    dropBroken(*stranger);
-    return true;
 }
 
 bool DirectoryServer::makeRoom(const QHostAddress& peer)
 {
-    if (budget_.isFullFor(peer))
-        return dropStranger(&peer);
-    return !budget_.isFull() || dropStranger(nullptr);
+    const bool isPeerAtLimit = budget_.isFullFor(peer);
+    if (!isPeerAtLimit && !budget_.isFull())
+        return true;
+    const QHostAddress* const of = isPeerAtLimit ? &peer : nullptr;
+    return openings_.dropOldest(of) || connections_.dropStranger(of);
 }
 
 void DirectoryServer::onPingTimerTimeout()
-{
-    bool lost = false;
-    const QList<DirectoryConnection*> connections = connections_;
-    for (DirectoryConnection* const connection : connections) {
-        if (!connections_.contains(connection))
-            continue;  // lost on the way
-        if (!connection->isSound()) {
-            dropBroken(connection);
-            lost = true;
-        } else if (!sendPing(*connection)) {
-            qCWarning(ebo::log::networkDirectory) << "onPingTimerTimeout: Unable to flush socket.";
-            if (connections_.contains(connection)) {
-                forget(connection);
-                connection->socket()->abort();
-            }
-            lost = true;
-        }
-    }
-    if (!lost)
-        return;
-    for (const auto& host : hosts())
-        check(*host);
-}
-
-bool DirectoryServer::sendPing(DirectoryConnection& connection) const
 {
     DirectoryMessage message;
     message.type = DirectoryMessage::kPing;
     message.hostUuid = localUuid_;
     message.timeStamp = clock_.nsecsElapsed();
-    return connection.send(message);
+    if (!connections_.sendToAll(message))
+        return;
+    for (const auto& host : hosts())
+        check(*host);
 }
 
 // What is said on them.
@@ -348,7 +246,7 @@ void DirectoryServer::identify(DirectoryConnection& connection)
     if (!host || !host->isHeardFrom(connection.peer())) {
         // Whom we have connected to was heard there; what it says next would be lost.
         if (connection.direction() == Direction::kOutgoing)
-            dropBroken(&connection);
+            connections_.dropBroken(&connection);
         return;
     }
     connection.confirmClaim();
@@ -358,11 +256,8 @@ void DirectoryServer::identify(DirectoryConnection& connection)
 
 void DirectoryServer::identifyWaiting(const Host& host)
 {
-    const QList<DirectoryConnection*> connections = connections_;
-    for (DirectoryConnection* const connection : connections) {
-        if (connection->claim() == host.uuid())
-            identify(*connection);
-    }
+    for (DirectoryConnection* const connection : connections_.claiming(host.uuid()))
+        identify(*connection);
 }
 
 void DirectoryServer::receivePing(DirectoryMessage message, DirectoryConnection& connection)
@@ -423,19 +318,12 @@ void DirectoryServer::sendServiceInfo(const Host& host, DirectoryConnection& con
 
 void DirectoryServer::onServiceRequest(const QString& /*serviceId*/, QTcpSocket* socket)
 {
-    if (openings_.size() >= PeerBudget::kOpenings)
-        dropOpening(openings_.first());
-    if (!pingTimer_ || !makeRoom(socket->peerAddress())) {
-        socket->abort();
-        socket->deleteLater();
+    if (pingTimer_ && makeRoom(socket->peerAddress())) {
+        openings_.add(socket);
         return;
     }
-    budget_.enter(socket, socket->peerAddress());
-    auto* const opening = new ServiceOpening(socket);
-    opening->setParent(this);
-    openings_.append(opening);
-    connect(opening, &ServiceOpening::opened, this, &DirectoryServer::openStream);
-    connect(opening, &ServiceOpening::failed, this, &DirectoryServer::dropOpening);
+    socket->abort();
+    socket->deleteLater();
 }
 
 void DirectoryServer::openStream(ServiceOpening* opening, const DirectoryMessage& message)
@@ -443,7 +331,7 @@ void DirectoryServer::openStream(ServiceOpening* opening, const DirectoryMessage
     const ebo::refptr<Host> host = find(message.hostUuid);
     if (!host) {
         qCWarning(ebo::log::networkDirectory) << "Couldn't find host:" << message.hostUuid;
-        dropOpening(opening);
+        openings_.drop(opening);
         return;
     }
     const ebo::refptr<NetworkExchange> exchange = exchange_.promote();
@@ -453,25 +341,13 @@ void DirectoryServer::openStream(ServiceOpening* opening, const DirectoryMessage
         qCWarning(ebo::log::networkDirectory)
             << "Service connection in the name of another:" << message.hostUuid << opening->peer();
     if (!isItself || !exchange || !exchange->offers(message.serviceId)) {
-        dropOpening(opening);
+        openings_.drop(opening);
         return;
     }
-    disconnect(opening, nullptr, this, nullptr);
-    openings_.removeOne(opening);
     const auto [service, made] = host->findOrMakeService(message.serviceId, 0);
-    service->addStream(opening->takeSocket());
-    opening->deleteLater();
+    service->addStream(openings_.take(opening));
     if (made)
         Q_EMIT host->servicesChanged(host);
-}
-
-void DirectoryServer::dropOpening(ServiceOpening* opening)
-{
-    disconnect(opening, nullptr, this, nullptr);
-    openings_.removeOne(opening);
-    budget_.leave(opening->socket());
-    opening->socket()->abort();
-    opening->deleteLater();
 }
 
 // Devices come and go.
@@ -520,7 +396,7 @@ void DirectoryServer::onHostServiceBecameUnready(const ebo::refptr<Host>& host)
     qCInfo(ebo::log::networkDirectory)
         << "Service of host" << host->uuid() << "became unready, resending service info.";
     for (const QTcpSocket* const socket : host->directorySockets()) {
-        if (DirectoryConnection* const connection = connectionOf(socket))
+        if (DirectoryConnection* const connection = connections_.find(socket))
             sendServiceInfo(*host, *connection);
     }
 }

@@ -3,11 +3,11 @@
 #include "network/discovery/Host.h"
 #include "network/discovery/LocalAddresses.h"
 #include "network/exchange/Connector.h"
-#include "network/exchange/DirectoryConnection.h"
+#include "network/exchange/DirectoryConnections.h"
 #include "network/exchange/DirectoryMessage.h"
 #include "network/exchange/Host.h"
 #include "network/exchange/Server.h"
-#include "network/exchange/ServiceOpening.h"
+#include "network/exchange/ServiceOpenings.h"
 #include "network/exchange/SocketBudget.h"
 #include "network/exchange/ThreadCalls.h"
 #include "runtime/refcounted.h"
@@ -78,23 +78,15 @@ private Q_SLOTS:
 private:
     [[nodiscard]] ebo::refptr<Host> find(const QUuid& uuid) const;
     [[nodiscard]] QList<ebo::refptr<Host>> hosts() const;
-    [[nodiscard]] DirectoryConnection* connectionOf(const QTcpSocket* socket) const;
-    [[nodiscard]] QList<ExistingConnection> connections() const;
 
     // Making connections.
     void check(const Host& host);
     void onChecksDue();
     void connectHost(Host& host);
     void connectDirectory(Host& host, const QList<LocalEntry>& entries);
-    void closeStaleSockets(const QList<LocalEntry>& entries);
     void onNewSocket(QTcpSocket* socket, Direction direction);
-    void onSocketError(const QTcpSocket& socket, QAbstractSocket::SocketError error);
-
-    // Losing them.
-    void forget(DirectoryConnection* connection);
-    void dropBroken(DirectoryConnection* connection);
     [[nodiscard]] bool makeRoom(const QHostAddress& peer);
-    [[nodiscard]] bool dropStranger(const QHostAddress* peer);
+    void onLost(const DirectoryConnection* connection);
 
     // What is said on them.
     void receive(DirectoryConnection* connection, const DirectoryMessage& message);
@@ -104,11 +96,7 @@ private:
     void identify(DirectoryConnection& connection);
     void identifyWaiting(const Host& host);
     void sendServiceInfo(const Host& host, DirectoryConnection& connection) const;
-    [[nodiscard]] bool sendPing(DirectoryConnection& connection) const;
-
-    // Connections of services that come in.
     void openStream(ServiceOpening* opening, const DirectoryMessage& message);
-    void dropOpening(ServiceOpening* opening);
 
     const QUuid localUuid_;
     const ebo::weakptr<NetworkExchange> exchange_;
@@ -116,10 +104,10 @@ private:
     const std::shared_ptr<eboDiscoverer::LocalAddresses> addresses_;
     SocketBudget budget_;
     Connector connector_;
-    QList<DirectoryConnection*> connections_;  // children, oldest first
-    QList<ServiceOpening*> openings_;          // likewise
-    QMap<QUuid, ebo::refptr<Host>> hosts_;     // guarded by mutex_
-    QSet<QUuid> unchecked_;                    // hosts whose connections may lack something
+    DirectoryConnections connections_;
+    ServiceOpenings openings_;
+    QMap<QUuid, ebo::refptr<Host>> hosts_;  // guarded by mutex_
+    QSet<QUuid> unchecked_;                 // hosts whose connections may lack something
     QTimer checkTimer_;
     std::unique_ptr<QTimer> pingTimer_;  // null after the end
     QElapsedTimer clock_;

@@ -25,7 +25,7 @@ PacketStream::PacketStream(QPointer<QTcpSocket> socket, bool isReading)
     again_.setInterval(0);
     connect(&again_, &QTimer::timeout, this, [this] {
         if (isConnected())
-            read(Extent::kOneTurn);
+            readTurn();
     });
     connect(socket_, &QTcpSocket::readyRead, this, &PacketStream::onReadyRead, Qt::DirectConnection);
     connect(socket_, &QTcpSocket::disconnected, this, &PacketStream::onSocketDisconnected,
@@ -39,12 +39,11 @@ PacketStream::PacketStream(QPointer<QTcpSocket> socket, bool isReading)
 
 void PacketStream::setReading(bool isReading)
 {
-    constexpr qint64 kLeastBuffer = 4096;
     if (std::exchange(isReading_, isReading) == isReading || !socket_)
         return;
-    socket_->setReadBufferSize(isReading ? PeerBudget::kUnparsedBytes : kLeastBuffer);
     if (isReading)
         onReadyRead();
+    limitBuffer();
 }
 
 PacketStream::~PacketStream()
@@ -65,10 +64,33 @@ void PacketStream::onReadyRead()
         Q_EMIT disconnected(this);
         return;
     }
-    read(Extent::kOneTurn);
+    readTurn();
 }
 
 bool PacketStream::hasTooMuch() const { return waitingBytes_ >= PeerBudget::kWaitingBytes; }
+
+/// Qt empties the system's socket as fast as it fills. That is what makes it fast, and it is stopped only for
+/// a stream that does not keep up or is not to be read.
+void PacketStream::limitBuffer()
+{
+    constexpr qint64 kLeast = 4096;
+    constexpr qint64 kNoLimit = 0;
+    if (!socket_)
+        return;
+    const qint64 unparsed = socket_->bytesAvailable();
+    if (!isReading_)
+        socket_->setReadBufferSize(kLeast);
+    else if (unparsed > PeerBudget::kUnparsedBytes)
+        socket_->setReadBufferSize(PeerBudget::kUnparsedBytes);
+    else if (unparsed == 0)
+        socket_->setReadBufferSize(kNoLimit);
+}
+
+void PacketStream::readTurn()
+{
+    read(Extent::kOneTurn);
+    limitBuffer();
+}
 
 void PacketStream::read(Extent extent)
 {

@@ -72,6 +72,8 @@ private:
     enum class Extent { kOneTurn, kWhatIsThere };
 
     [[nodiscard]] bool isConnected() const;
+    void limitBuffer();
+    void readTurn();
     void read(Extent extent);
     void readRest();
     [[nodiscard]] bool hasTooMuch() const;

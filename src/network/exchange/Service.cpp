@@ -125,7 +125,7 @@ void Service::onSocketError(const QTcpSocket& socket, QAbstractSocket::SocketErr
 /// Nobody needs as many streams; whoever opens them gets the newest.
 void Service::makeRoomFor(const AddressPair& way)
 {
-    constexpr int kOfOneWay = 8;
+    constexpr int kOfOneWay = 2;  // one may have died without a word
     QList<Stream> ofWay;
     const QList<Stream> all = streams();
     for (const Stream& stream : all) {

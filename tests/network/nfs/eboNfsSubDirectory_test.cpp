@@ -76,7 +76,8 @@ protected:
     ebo::refptr<eboNfsSubDirectory> directory() const
     {
         return ebo::makeRef<eboNfsSubDirectory>(
-            urlOf(music()), eboUtils::file::DirectoryContentHandle(QByteArray::fromStdString(music())));
+            urlOf(music()), eboUtils::file::DirectoryContentHandle(QByteArray::fromStdString(music())),
+            std::make_shared<DirectoryWatch>());
     }
     static bool process(eboNfsSubDirectory& directory)
     {
