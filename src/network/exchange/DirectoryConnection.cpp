@@ -10,8 +10,8 @@ namespace eboNetworkExchange {
 
 using eboDiscoverer::PeerBudget;
 
-DirectoryConnection::DirectoryConnection(QTcpSocket* socket, Direction direction)
-    : socket_(socket), direction_(direction), again_(this)
+DirectoryConnection::DirectoryConnection(QTcpSocket* socket, const QUuid& meant)
+    : socket_(socket), meant_(meant), again_(this)
 {
     socket_->setParent(this);
     socket_->setSocketOption(QAbstractSocket::LowDelayOption, 1);

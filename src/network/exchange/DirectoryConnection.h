@@ -18,11 +18,16 @@ class DirectoryConnection : public QObject {
 
 public:
     /// @param socket  connected; this one's from now on
-    DirectoryConnection(QTcpSocket* socket, Direction direction);
+    /// @param meant   the device that it was made for; null for one that has come in
+    DirectoryConnection(QTcpSocket* socket, const QUuid& meant);
     ~DirectoryConnection() override;
 
     [[nodiscard]] QTcpSocket* socket() const { return socket_; }
-    [[nodiscard]] Direction direction() const { return direction_; }
+    [[nodiscard]] const QUuid& meant() const { return meant_; }
+    [[nodiscard]] Direction direction() const
+    {
+        return meant_.isNull() ? Direction::kIncoming : Direction::kOutgoing;
+    }
     [[nodiscard]] QHostAddress local() const { return socket_->localAddress(); }
     [[nodiscard]] QHostAddress peer() const { return socket_->peerAddress(); }
 
@@ -60,7 +65,7 @@ private:
     void read();
 
     QTcpSocket* const socket_;  // a child
-    const Direction direction_;
+    const QUuid meant_;
     QUuid claim_;
     bool isStranger_ = true;
     QTimer again_;  // reads on in the next turn

@@ -10,10 +10,10 @@ namespace eboNetworkExchange {
 
 using eboDiscoverer::sameAddress;
 
-DirectoryConnection& DirectoryConnections::add(QTcpSocket* socket, Direction direction)
+DirectoryConnection& DirectoryConnections::add(QTcpSocket* socket, const QUuid& meant)
 {
     budget_.enter(socket, socket->peerAddress());
-    auto* const connection = new DirectoryConnection(socket, direction);
+    auto* const connection = new DirectoryConnection(socket, meant);
     connection->setParent(this);
     connections_.append(connection);
     connect(connection, &DirectoryConnection::messageReceived, this, &DirectoryConnections::received);
@@ -79,6 +79,17 @@ bool DirectoryConnections::dropStranger(const QHostAddress* peer)
         return false;
     dropBroken(*stranger);
     return true;
+}
+
+void DirectoryConnections::dropStrangersMeantFor(const QUuid& uuid)
+{
+    const QList<DirectoryConnection*> connections = connections_;
+    for (DirectoryConnection* const connection : connections) {
+        if (!connections_.contains(connection) || !connection->isStranger() || connection->meant() != uuid)
+            continue;
+        forget(connection);
+        connection->socket()->abort();
+    }
 }
 
 void DirectoryConnections::closeStale(const QList<LocalEntry>& entries)

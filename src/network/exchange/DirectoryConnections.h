@@ -21,7 +21,8 @@ public:
     explicit DirectoryConnections(SocketBudget& budget) : budget_(budget) {}
 
     /// Takes a connected socket.
-    DirectoryConnection& add(QTcpSocket* socket, Direction direction);
+    /// @param meant  the device that it was made for; null for one that has come in
+    DirectoryConnection& add(QTcpSocket* socket, const QUuid& meant);
 
     [[nodiscard]] DirectoryConnection* find(const QTcpSocket* socket) const;
 
@@ -38,6 +39,9 @@ public:
     /// Ends the one that has been a stranger's for the longest time, of one address or of any.
     /// @param peer  null for any. @return whether there was one
     bool dropStranger(const QHostAddress* peer);
+
+    /// Ends those that were made for a device and are still a stranger's.
+    void dropStrangersMeantFor(const QUuid& uuid);
 
     /// Closes those whose local address has gone. The last connection is kept, wherever it comes from.
     void closeStale(const QList<LocalEntry>& entries);

@@ -123,16 +123,13 @@ void DirectoryServer::connectDirectory(Host& host, const QList<LocalEntry>& entr
         return;
     for (const AddressPair& pair : addressPairs(host.addresses(), port, connections_.ends(), entries)) {
         qCDebug(ebo::log::networkDirectory) << "Connecting to host:" << pair.remote;
-        const bool isNew = connector_.connectTo({&host,
-                                                 {pair, port},
-                                                 host.heardSince(),
-                                                 [this](QTcpSocket* socket) {
-                                                     qCInfo(ebo::log::networkConnection)
-                                                         << "Connected to host:" << socket->peerAddress()
-                                                         << "via" << socket->localAddress();
-                                                     onNewSocket(socket, Direction::kOutgoing);
-                                                 },
-                                                 logError});
+        const auto connected = [this, meant = host.uuid()](QTcpSocket* socket) {
+            qCInfo(ebo::log::networkConnection)
+                << "Connected to host:" << socket->peerAddress() << "via" << socket->localAddress();
+            onNewSocket(socket, meant);
+        };
+        const bool isNew =
+            connector_.connectTo({&host, {pair, port}, host.heardSince(), connected, logError});
         if (!isNew)
             qCDebug(ebo::log::networkDirectory)
                 << "Stopped connection attempt. Host already has connecting socket";
@@ -144,7 +141,7 @@ void DirectoryServer::onNewConnection()
     while (QTcpSocket* const socket = nextConnection()) {
         qCInfo(ebo::log::networkConnection) << "New Connection:" << socket->peerAddress();
         if (makeRoom(socket->peerAddress())) {
-            onNewSocket(socket, Direction::kIncoming);
+            onNewSocket(socket, QUuid());
         } else {
             socket->abort();
             socket->deleteLater();
@@ -152,10 +149,10 @@ void DirectoryServer::onNewConnection()
     }
 }
 
-void DirectoryServer::onNewSocket(QTcpSocket* socket, Direction direction)
+void DirectoryServer::onNewSocket(QTcpSocket* socket, const QUuid& meant)
 {
-    DirectoryConnection& connection = connections_.add(socket, direction);
-    if (direction == Direction::kOutgoing)
+    DirectoryConnection& connection = connections_.add(socket, meant);
+    if (connection.direction() == Direction::kOutgoing)
         connect(socket, &QTcpSocket::errorOccurred, &connection,
                 [socket](QAbstractSocket::SocketError error) { logError(*socket, error); });
 
@@ -382,6 +379,7 @@ void DirectoryServer::onHostRemoved(const ebo::refptr<eboDiscoverer::Host>& disc
     }
     // After an outage, a new attempt is answered long before one that has been waiting all the time.
     connector_.giveUp(host.get());
+    connections_.dropStrangersMeantFor(host->uuid());
     host->setConnected(false);
     Q_EMIT hostRemoved(host);
     host->setConnected(false);

@@ -84,7 +84,7 @@ private:
     void onChecksDue();
     void connectHost(Host& host);
     void connectDirectory(Host& host, const QList<LocalEntry>& entries);
-    void onNewSocket(QTcpSocket* socket, Direction direction);
+    void onNewSocket(QTcpSocket* socket, const QUuid& meant);
     [[nodiscard]] bool makeRoom(const QHostAddress& peer);
     void onLost(const DirectoryConnection* connection);
 

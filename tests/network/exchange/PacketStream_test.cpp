@@ -22,6 +22,61 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testsupport::LogCapture;
 
+/// A connected socket that takes and gives less than it is asked for.
+class StingySocket : public QTcpSocket {
+public:
+    StingySocket()
+    {
+        setSocketState(ConnectedState);
+        open(QIODevice::ReadWrite | QIODevice::Unbuffered);
+    }
+
+    [[nodiscard]] qint64 bytesAvailable() const override { return available_; }
+
+    qint64 takes_ = 0;
+    qint64 available_ = 0;
+
+protected:
+    qint64 writeData(const char* /*data*/, qint64 size) override { return std::min(takes_, size); }
+    qint64 readData(char* data, qint64 size) override
+    {
+        const qint64 given = std::min<qint64>(size, 2);
+        std::fill_n(data, given, '\0');
+        available_ = 0;
+        return given;
+    }
+};
+
+TEST(PacketStreamOnAStingySocket, SaysWhatWasNotSent)
+{
+    auto* const socket = new StingySocket;
+    PacketStream stream(socket);
+    const LogCapture log;
+    for (const auto& [takes, expected] :
+         {std::pair(3, "Failed to send packet size"), std::pair(4, "Failed to send packet"),
+          std::pair(8, "Failed to send packet")}) {
+        socket->takes_ = takes;
+        EXPECT_FALSE(stream.sendPacket("words"));
+        EXPECT_EQ(log.texts().back(),
+                  std::string("bool PacketStream::sendPacket(const QByteArray&) ") + expected);
+    }
+    socket->takes_ = 9;
+    EXPECT_TRUE(stream.sendPacket("words"));
+    EXPECT_EQ(log.texts().size(), 3U);
+}
+
+TEST(PacketStreamOnAStingySocket, SkipsASizeThatCannotBeRead)
+{
+    auto* const socket = new StingySocket;
+    PacketStream stream(socket);
+    const LogCapture log;
+    socket->available_ = 4;
+    stream.onReadyRead();
+    EXPECT_THAT(log.texts(), ElementsAre("Failed reading packet size. Skipping."));
+    EXPECT_EQ(log.entries()[0].type, QtCriticalMsg);
+    EXPECT_EQ(stream.packetsAvailable(), 0);
+}
+
 struct PacketStreamTest : testing::Test {
     PacketStreamTest()
     {

@@ -178,6 +178,17 @@ TEST_F(Limits, AttemptUnderWayEndsWithItsDevice)
     EXPECT_EQ(exchange_->socketCount(), 0);
 }
 
+TEST_F(Limits, ConnectionToADeviceThatNeverSaidWhoItIsEndsWithIt)
+{
+    RawListener listener;
+    const auto heard = announce(wire::kHigher, listener.port());
+    RawPeer mute = listener.accept();
+    ASSERT_EQ(mute.receive(20).size(), 20U);
+    discoverer_->lose(heard);
+    EXPECT_TRUE(mute.isClosed());
+    EXPECT_EQ(exchange_->socketCount(), 0);
+}
+
 TEST_F(Limits, SocketThatBreaksWithoutAWordIsFoundByThePing)
 {
     announce(wire::kLower, 1);

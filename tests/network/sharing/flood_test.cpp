@@ -114,10 +114,22 @@ public:
     {
         const peer::Uuid self{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2};
         const std::uint16_t service = servicePort(self);
-        const PeerConnection stream(place_, kVictim, service);
-        stream.send(peer::serviceInfo(self, "FileTransfer", 1));
+        std::optional<PeerConnection> stream;
         const Bytes packet = peer::number32(50000) + Bytes(50000, 'x');
-        atRate(2000, stop, [&] { stream.send(packet); });
+        int count = 0;
+        atRate(2000, stop, [&] {
+            if (++count % 500 == 0)
+                mouth_.send(peer::beacon({.uuid = self}), kVictim);
+            try {
+                if (!stream) {
+                    stream.emplace(place_, kVictim, service);
+                    stream->send(peer::serviceInfo(self, "FileTransfer", 1));
+                }
+                stream->send(packet);
+            } catch (const std::runtime_error&) {
+                stream.reset();
+            }
+        });
     }
 
     void serviceInfos(const std::atomic<bool>& stop)
