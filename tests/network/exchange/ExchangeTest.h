@@ -27,7 +27,7 @@ protected:
     [[nodiscard]] quint16 servicePort() const { return exchange_->serviceServers().first()->serverPort(); }
 
     /// A device with this uuid is heard at 127.0.0.1.
-    FakeDiscoverer::HostRef announce(const std::string& uuid, quint16 port)
+    FakeDiscoverer::HostRef announce(const wire::Uuid& uuid, quint16 port)
     {
         return discoverer_->announce(wire::uuid(uuid), port, {localhost()});
     }

@@ -15,7 +15,7 @@ namespace {
 using exchangetest::pumpUntil;
 using exchangetest::RawListener;
 using exchangetest::RawPeer;
-using exchangetest::wire::be32;
+using exchangetest::wire::number32;
 using exchangetest::wire::packet;
 using testing::Contains;
 using testing::ElementsAre;
@@ -171,7 +171,7 @@ TEST_F(PacketStreamTest, WhatCameBeforeTheStreamIsNotLost)
 TEST_F(PacketStreamTest, AnEmptyPacketWaitsForTheNextByte)
 {
     stream();
-    peer_->send(packet("first") + be32(0));
+    peer_->send(packet("first") + number32(0));
     EXPECT_THAT(packets(1), ElementsAre("first"));
     peer_->send(std::string(1, '\0'));  // the beginning of the next size
     EXPECT_THAT(packets(1), ElementsAre(""));
@@ -202,7 +202,7 @@ TEST_F(PacketStreamTest, OneOf65536BytesIsComplainedAboutAndSent)
 {
     const LogCapture log;
     EXPECT_TRUE(stream().sendPacket(QByteArray(65536, 'x')));
-    EXPECT_EQ(peer_->receive(65540), be32(65536) + std::string(65536, 'x'));
+    EXPECT_EQ(peer_->receive(65540), number32(65536) + std::string(65536, 'x'));
     ASSERT_EQ(log.entries().size(), 1U);
     EXPECT_EQ(log.entries()[0].text, "Invalidly large packet sent.");
     EXPECT_EQ(log.entries()[0].type, QtCriticalMsg);
@@ -212,8 +212,8 @@ TEST_F(PacketStreamTest, OneOf65536BytesIsComplainedAboutAndSent)
 TEST_F(PacketStreamTest, ARefusedSizeCostsItsFourBytes)
 {
     const LogCapture log;
-    peer_->send(be32(65535) + be32(65536) + be32(0x7fffffff) + be32(0xffffffff) + be32(0x80000000) +
-                packet("still here"));
+    peer_->send(number32(65535) + number32(65536) + number32(0x7fffffff) + number32(0xffffffff) +
+                number32(0x80000000) + packet("still here"));
     EXPECT_THAT(packets(1), ElementsAre("still here"));
     EXPECT_THAT(log.texts(),
                 ElementsAre("Invalidly large packet received.", "Invalidly large packet received.",

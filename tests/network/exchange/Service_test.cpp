@@ -140,7 +140,7 @@ TEST_F(Service, AnEmptyPacketIsConsumedAndReadsAsNothing)
     RawPeer directory = identifiedPeer();
     RawPeer peer = stream(1);
     peer.send(wire::packet("") + wire::packet(""));
-    peer.send(wire::be32(0));  // lets the second one complete
+    peer.send(wire::number32(0));  // lets the second one complete
     ASSERT_TRUE(pumpUntil([this] { return service()->packetsAvailable(); }));
     EXPECT_EQ(service()->readPacket(), QByteArray());
     ASSERT_TRUE(pumpUntil([this] {

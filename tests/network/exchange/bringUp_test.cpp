@@ -255,7 +255,9 @@ TEST(Network, LeavesNothingBehindOfHundredsThatCameAndWent)
         std::vector<RawPeer> peers;
         constexpr int kDevices = 300;
         for (int i = 0; i < kDevices; ++i) {
-            const std::string raw = wire::be32(static_cast<std::uint32_t>(i + 2)) + wire::kLower.substr(4);
+            wire::Uuid raw = wire::kLower;
+            raw.at(0) = static_cast<std::uint8_t>(i / 255);
+            raw.at(1) = static_cast<std::uint8_t>(i % 255 + 1);
             heard.append(
                 world.discoverer_->announce(wire::uuid(raw), 1, {QHostAddress(QHostAddress::LocalHost)}));
             peers.push_back(RawPeer::connectTo(port));

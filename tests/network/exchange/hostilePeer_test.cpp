@@ -97,7 +97,7 @@ TEST_F(HostilePeer, EveryMessageByteByByte)
 {
     const std::string all = wire::whois(wire::kLower) + wire::serviceInfo(wire::kHigher, "FileTransfer", 9) +
                             wire::ping(wire::kLower, wire::kNobody, 1) +
-                            wire::ping(wire::kOwn, wire::kLower, 1) + wire::be32(0xffffffff);
+                            wire::ping(wire::kOwn, wire::kLower, 1) + wire::number32(0xffffffff);
     RawPeer peer = RawPeer::connectTo(directoryPort());
     peer.sendSlowly(all);
     expectGoodDeviceServed();
@@ -111,7 +111,7 @@ TEST_F(HostilePeer, GarbageOnEveryPort)
         for (char& byte : bytes)
             byte = static_cast<char>(random());
         if (round % 2 == 0 && bytes.size() > 4)  // a type that is known, the rest wild
-            bytes.replace(0, 4, wire::be32(static_cast<std::uint32_t>(random() % 3)));
+            bytes.replace(0, 4, wire::number32(static_cast<std::uint32_t>(random() % 3)));
         RawPeer peer = RawPeer::connectTo(round % 4 < 2 ? directoryPort() : servicePort());
         peer.send(bytes);
         QCoreApplication::processEvents();
@@ -122,7 +122,8 @@ TEST_F(HostilePeer, GarbageOnEveryPort)
 TEST_F(HostilePeer, AnOpeningWithoutAnEndIsClosed)
 {
     RawPeer peer = RawPeer::connectTo(servicePort());
-    peer.send(wire::be32(0) + wire::kLower + wire::be32(0x7ffffffe) + std::string(2048, 'x'));
+    peer.send(wire::number32(0) + wire::uuidBytes(wire::kLower) + wire::number32(0x7ffffffe) +
+              std::string(2048, 'x'));
     EXPECT_TRUE(peer.isClosed());
 }
 
@@ -133,8 +134,8 @@ TEST_F(HostilePeer, WildSizesInAStreamCostTheirBytes)
     RawPeer stream = streamOfLower();
     const ServiceRef service = readyService(hosts_.at(0));
     const std::string largest(65534, 'l');
-    stream.send(wire::be32(0xffffffff) + wire::be32(65535) + wire::be32(65536) + wire::be32(0x7fffffff) +
-                wire::packet("") + wire::packet(largest));
+    stream.send(wire::number32(0xffffffff) + wire::number32(65535) + wire::number32(65536) +
+                wire::number32(0x7fffffff) + wire::packet("") + wire::packet(largest));
     QByteArray read;
     ASSERT_TRUE(pumpUntil([&] {
         read = service->readPacket();

@@ -47,7 +47,7 @@ TEST_F(Identity, IsBelievedAsSoonAsItIsHeardThere)
 TEST_F(Identity, IsTheLastOneThatWasClaimed)
 {
     RawPeer peer = RawPeer::connectTo(directoryPort());
-    const std::string other = wire::hex("00000000 0000 4000 8000 000000000002");
+    const wire::Uuid other = wire::kLowerToo;
     peer.send(wire::whois(other) + wire::whois(wire::kLower));
     ASSERT_TRUE(isAnswered(peer));
     announce(other, 1);

@@ -121,7 +121,7 @@ TEST_F(Limits, OneThatAsksWithoutAnEndDoesNotKeepAnotherWaiting)
 
 TEST_F(Limits, PacketsOfSeveralDevicesComeInTurns)
 {
-    const std::string other = wire::hex("00000000 0000 4000 8000 000000000002");
+    const wire::Uuid other = wire::kLowerToo;
     announce(wire::kLower, 1);
     announce(other, 1);
     RawPeer loud = identifiedPeer();

@@ -13,7 +13,6 @@
 
 #include <memory>
 #include <random>
-#include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
 
@@ -295,32 +294,10 @@ TEST_F(Hostile, CrowdThatComesAndGoesLeavesNothingBehind)
 #endif
 }
 
-/// Lets what is started meanwhile have so many descriptors and no more.
-class FewDescriptors {
-public:
-    explicit FewDescriptors(rlim_t count)
-    {
-        getrlimit(RLIMIT_NOFILE, &before_);
-        const rlimit few{count, count};
-        EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-    }
-    ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
-    FewDescriptors(const FewDescriptors&) = delete;
-    FewDescriptors& operator=(const FewDescriptors&) = delete;
-
-private:
-    rlimit before_{};
-};
-
 TEST_F(Hostile, SilentPeersDoNotUseUpFewDescriptors)
 {
     constexpr int kFew = 256;
-    std::unique_ptr<DeviceProcess> poor;
-    {
-        const FewDescriptors guard(kFew);
-        poor = std::make_unique<DeviceProcess>(net_->places[1]);
-    }
-    device_ = std::move(poor);
+    device_ = std::make_unique<DeviceProcess>(net_->places[1], QStringList(), QString(), kFew);
     port_ = device_->directoryPort();
     DeviceProcess honest(net_->places[0]);
     ASSERT_TRUE(until([&] { return areJoined(*device_, honest); }));
