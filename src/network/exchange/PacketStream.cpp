@@ -69,12 +69,12 @@ void PacketStream::onReadyRead()
 
 bool PacketStream::hasTooMuch() const { return waitingBytes_ >= PeerBudget::kWaitingBytes; }
 
-/// Qt empties the system's socket as fast as it fills. That is what makes it fast, and it is stopped only for
-/// a stream that does not keep up or is not to be read.
+/// The more is taken from the system's socket at a time, the faster that is, and the more can lie here; a
+/// stream that does not keep up or is not to be read gets less.
 void PacketStream::limitBuffer()
 {
     constexpr qint64 kLeast = 4096;
-    constexpr qint64 kNoLimit = 0;
+    constexpr qint64 kMost = 2 * 1024 * 1024;
     if (!socket_)
         return;
     const qint64 unparsed = socket_->bytesAvailable();
@@ -83,7 +83,7 @@ void PacketStream::limitBuffer()
     else if (unparsed > PeerBudget::kUnparsedBytes)
         socket_->setReadBufferSize(PeerBudget::kUnparsedBytes);
     else if (unparsed == 0)
-        socket_->setReadBufferSize(kNoLimit);
+        socket_->setReadBufferSize(kMost);
 }
 
 void PacketStream::readTurn()
