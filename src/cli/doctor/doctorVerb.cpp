@@ -9,6 +9,7 @@
 #include "host/ChildProcess.h"
 #include "host/analyzeTrack.h"
 #include "host/keyName.h"
+#include "network/discovery/LocalAddresses.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -16,7 +17,6 @@
 #include <QHostAddress>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QNetworkInterface>
 #include <QTcpServer>
 
 #include <cmath>
@@ -51,11 +51,14 @@ void examineVersions(Examination& examination)
 }
 
 /// Devices find each other by broadcasts, and IPv6 has none.
-QString networkOf(const QList<QHostAddress>& addresses)
+QString networkOf(const eboDiscoverer::LocalAddresses::Entries& entries)
 {
+    if (!entries)
+        return text("the system does not list its addresses");
     bool hasIPv4 = false;
     bool hasIPv6 = false;
-    for (const QHostAddress& address : addresses) {
+    for (const eboDiscoverer::LocalEntry& entry : *entries) {
+        const QHostAddress& address = entry.ip;
         const bool isIPv4 = address.protocol() == QAbstractSocket::IPv4Protocol;
         hasIPv4 = hasIPv4 || (isIPv4 && !address.isLoopback());
         hasIPv6 = hasIPv6 || (!isIPv4 && !address.isLoopback() && !address.isLinkLocal());
@@ -91,7 +94,7 @@ void examineMachine(Examination& examination)
     QTcpServer server;
     const bool listens = server.listen(QHostAddress::LocalHost);
     examination.judge(text("loopback network"), listens ? text("127.0.0.1") : server.errorString(), listens);
-    examination.note(text("network"), networkOf(QNetworkInterface::allAddresses()));
+    examination.note(text("network"), networkOf(eboDiscoverer::LocalAddresses::listOfSystem()));
 }
 
 /// The demo's facts are known; see DemoTrack.
