@@ -11,6 +11,7 @@
 #include "cli/picture/plotVerb.h"
 #include "cli/rows/pathText.h"
 #include "cli/share/shareVerb.h"
+#include "runtime/prepareProcess.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -98,6 +99,7 @@ int main(int argc, char** argv)
     qputenv("QT_NO_GLIB", "1");
     // Paths are UTF-8 for the worker, so they are for us, whatever the locale says.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    ebo::prepareProcess();
     QStringList arguments;  // QCoreApplication would lose what is not UTF-8
     for (int i = 0; i < argc; ++i)
         arguments << textOfBytes(argv[i]);

@@ -1,4 +1,5 @@
 #include "CliRun.h"
+#include "support/NamespaceTest.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -49,6 +50,34 @@ TEST(Doctor, SeesATemporaryFolderThatIsNone)
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.output.toStdString(),
                 ContainsRegex("BAD temporary folder +/nowhere is not writable"));
+}
+
+class DoctorOfTheNetwork : public testsupport::NamespaceTest {
+protected:
+    /// What it says of a network with this address.
+    static std::string word(const char* address)
+    {
+        const testsupport::NetworkNamespace place;
+        place.run(text("ip link add eth0 type veth peer name other"));
+        if (*address != '\0')
+            place.run(text("ip addr add ") + text(address) + text(" dev eth0 nodad"));
+        place.run(text("ip link set eth0 up"));
+        QProcess process;
+        {
+            const testsupport::NetworkNamespace::Visit visit(place);
+            process.start(QStringLiteral(TUNESIFT), {text("doctor")});
+        }
+        const CliOutcome outcome = outcomeOf(process);
+        EXPECT_EQ(outcome.status, 0) << "tracks of this machine need no network";
+        return outcome.output.toStdString();
+    }
+};
+
+TEST_F(DoctorOfTheNetwork, SaysWhetherOtherDevicesCanBeFound)
+{
+    EXPECT_THAT(word("10.0.0.1/24"), ContainsRegex("network +has IPv4, by which other devices are found"));
+    EXPECT_THAT(word("fd00::1/64"), ContainsRegex("network +IPv6 only: other devices cannot be found"));
+    EXPECT_THAT(word(""), ContainsRegex("network +none"));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "app/BeatDetectorWorker.h"
 #include "app/logFile.h"
 #include "runtime/GarbageCollection.h"
+#include "runtime/prepareProcess.h"
 
 #include <QAbstractSocket>
 #include <QCoreApplication>
@@ -26,6 +27,7 @@ int main(int argc, char** argv)
     // Qt's own event loop instead of GLib's: nothing here needs the latter, and each turn of it costs more.
     qputenv("QT_NO_GLIB", "1");
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    ebo::prepareProcess();
     const QCoreApplication application(argc, argv);
     installLogFile();
     RunThreads runThreads;

@@ -16,6 +16,7 @@
 #include <QHostAddress>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QNetworkInterface>
 #include <QTcpServer>
 
 #include <cmath>
@@ -49,6 +50,21 @@ void examineVersions(Examination& examination)
                       missing.isEmpty());
 }
 
+/// Devices find each other by broadcasts, and IPv6 has none.
+QString networkOf(const QList<QHostAddress>& addresses)
+{
+    bool hasIPv4 = false;
+    bool hasIPv6 = false;
+    for (const QHostAddress& address : addresses) {
+        const bool isIPv4 = address.protocol() == QAbstractSocket::IPv4Protocol;
+        hasIPv4 = hasIPv4 || (isIPv4 && !address.isLoopback());
+        hasIPv6 = hasIPv6 || (!isIPv4 && !address.isLoopback() && !address.isLinkLocal());
+    }
+    if (hasIPv4)
+        return text("has IPv4, by which other devices are found");
+    return hasIPv6 ? text("IPv6 only: other devices cannot be found") : text("none");
+}
+
 void examineMachine(Examination& examination)
 {
     constexpr qint64 kMebibyte = qint64{1} << 20;
@@ -75,6 +91,7 @@ void examineMachine(Examination& examination)
     QTcpServer server;
     const bool listens = server.listen(QHostAddress::LocalHost);
     examination.judge(text("loopback network"), listens ? text("127.0.0.1") : server.errorString(), listens);
+    examination.note(text("network"), networkOf(QNetworkInterface::allAddresses()));
 }
 
 /// The demo's facts are known; see DemoTrack.

@@ -6,6 +6,7 @@
 #include "cli/probe/Decoding.h"
 #include "cli/rows/JsonLine.h"
 #include "key/CRealFFT_If.h"
+#include "runtime/prepareProcess.h"
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -103,6 +104,7 @@ int check(const QString& path)
 int main(int argc, char** argv)
 {
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    ebo::prepareProcess();
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() == 3 && arguments[1] == QLatin1String("check"))

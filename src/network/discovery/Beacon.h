@@ -16,7 +16,8 @@ struct Beacon {
     static constexpr QLatin1String kHowdy{"DISCOVERER_HOWDY_", 17};  ///< I am here.
     static constexpr QLatin1String kExit{"DISCOVERER_EXIT_", 16};    ///< I am leaving.
 
-    /// Beacons above this size are not sent, so that no network has to cut them up. Bytes.
+    /// Beacons above this size are not sent, so that no network has to cut them up, and none are heard.
+    /// Bytes.
     static constexpr int kLongest = 512;
 
     QUuid uuid;

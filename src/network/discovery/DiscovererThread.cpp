@@ -56,12 +56,12 @@ void DiscovererThread::init()
     sender_->setDirectoryPort(discoverer_.directoryPort());
 
     HostController* const controller = hostController_.get();
-    connect(controller, &HostController::hostAdded, sender_.get(), &Sender::sendGreeting);
+    connect(controller, &HostController::hostAdded, sender_.get(), &Sender::answerNewcomer);
     connect(
         receiver_.get(), &Receiver::newHost, controller,
         qOverload<const QUuid&, const QHostAddress&, const QString&, quint16, const QString&, const QString&>(
             &HostController::addHost));
-    connect(receiver_.get(), &Receiver::removeHost, controller, &HostController::removeHost);
+    connect(receiver_.get(), &Receiver::removeHost, controller, &HostController::onFarewell);
     connect(controller, &HostController::hostAdded, &discoverer_, &Discoverer::hostAdded,
             Qt::QueuedConnection);
     connect(controller, &HostController::hostRemoved, &discoverer_, &Discoverer::hostRemoved,

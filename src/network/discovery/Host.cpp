@@ -1,5 +1,6 @@
 #include "network/discovery/Host.h"
 
+#include "network/discovery/PeerBudget.h"
 #include "network/discovery/sameAddress.h"
 
 #include <QMutexLocker>
@@ -26,6 +27,13 @@ QList<ebo::refptr<HostAddressHelper>> Host::addresses() const
     return addresses_;
 }
 
+bool Host::isHeardFrom(const QHostAddress& address) const
+{
+    const QMutexLocker locker(&mutex_);
+    return std::any_of(addresses_.begin(), addresses_.end(),
+                       [&address](const auto& helper) { return sameAddress(helper->address(), address); });
+}
+
 void Host::heardFrom(const QHostAddress& address)
 {
     if (refreshOrAdd(address))
@@ -43,7 +51,7 @@ bool Host::refreshOrAdd(const QHostAddress& address)
         (*known)->refresh();
         return false;
     }
-    if (addresses_.size() >= kMostAddresses)
+    if (addresses_.size() >= PeerBudget::kAddressesOfHost)
         return false;
     const auto helper = ebo::makeRef<HostAddressHelper>(address);
     connect(helper.get(), &HostAddressHelper::removeAddressHelper, this, &Host::onRemoveAddressHelper);

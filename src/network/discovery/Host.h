@@ -20,14 +20,14 @@ class Host : public QObject, public ebo::refcounted {
     Q_OBJECT
 
 public:
-    /// The most addresses that a device is believed to have; beacons from others are ignored.
-    static constexpr int kMostAddresses = 256;
-
     Host(const QUuid& uuid, QString name, quint16 port, QString applicationVersion, QString applicationId);
 
     [[nodiscard]] const QUuid& uuid() const { return uuid_; }
     [[nodiscard]] QString name() const;
     [[nodiscard]] QList<ebo::refptr<HostAddressHelper>> addresses() const;
+
+    /// Whether it has been heard from this address in the last five seconds.
+    [[nodiscard]] bool isHeardFrom(const QHostAddress& address) const;
 
     /// TCP port of the device's directory server; 0 if it has none.
     [[nodiscard]] quint16 port() const { return port_.load(); }

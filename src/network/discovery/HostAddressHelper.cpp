@@ -9,6 +9,7 @@ HostAddressHelper::HostAddressHelper(QHostAddress address)
 {
     timer_->setObjectName(QStringLiteral("Lifespan Timer"));
     timer_->setSingleShot(true);
+    timer_->setTimerType(Qt::PreciseTimer);
     connect(timer_.get(), &QTimer::timeout, this, &HostAddressHelper::onTimeout);
 }
 

@@ -4,6 +4,7 @@
 
 #include <QMutexLocker>
 
+#include <optional>
 #include <utility>
 
 namespace eboDiscoverer {
@@ -33,12 +34,6 @@ ebo::refptr<Host> HostController::find(const QUuid& uuid) const
     return hosts_.value(uuid);
 }
 
-bool HostController::isFull() const
-{
-    const QMutexLocker locker(&mutex_);
-    return hosts_.size() >= kMostHosts;
-}
-
 bool HostController::addHost(const QUuid& uuid, const QHostAddress& address, const QString& name,
                              quint16 port, const QString& appId, const QString& appVersion)
 {
@@ -50,8 +45,11 @@ bool HostController::addHost(const QUuid& uuid, const QHostAddress& address, con
         known->update(name, port);
         return false;
     }
-    if (isFull())
+    std::optional<QUuid> evicted;
+    if (!shares_.admit(uuid, address, evicted))
         return false;
+    if (evicted)
+        removeHost(*evicted);
 
     const auto host = ebo::makeRef<Host>(uuid, name, port, appVersion, appId);
     host->heardFrom(address);
@@ -71,6 +69,17 @@ bool HostController::addHost(const QUuid& uuid, const QHostAddress& address, con
     return addHost(uuid, address, name, port, appId, QString());
 }
 
+bool HostController::onFarewell(const QUuid& uuid, const QHostAddress& address)
+{
+    const ebo::refptr<Host> host = find(uuid);
+    if (host && !host->isHeardFrom(address)) {
+        qCDebug(ebo::log::discoverer) << "farewell of" << uuid << "from an address of another:" << address;
+        return false;
+    }
+    shares_.removeAfterFarewell(uuid);
+    return removeHost(uuid);
+}
+
 bool HostController::removeHost(const QUuid& uuid)
 {
     if (uuid.isNull())
@@ -80,6 +89,7 @@ bool HostController::removeHost(const QUuid& uuid)
         qCDebug(ebo::log::discoverer) << Q_FUNC_INFO << "tried to remove unknown host";
         return false;
     }
+    shares_.remove(uuid);
     host->deactivate();
     int removed = 0;
     {

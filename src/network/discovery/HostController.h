@@ -1,6 +1,7 @@
 #pragma once
 
 #include "network/discovery/Host.h"
+#include "network/discovery/HostShares.h"
 #include "runtime/refptr.h"
 
 #include <QHostAddress>
@@ -19,9 +20,6 @@ class HostController : public QObject {
     Q_OBJECT
 
 public:
-    /// As many devices as the table takes at a time; others are ignored.
-    static constexpr int kMostHosts = 4096;
-
     /// @param ownUuid  whose beacons come back by broadcast and are ignored
     HostController(QString organizationName, QString applicationName, const QUuid& ownUuid);
 
@@ -46,18 +44,22 @@ public Q_SLOTS:
     /// Forgets a host. @return whether it was known
     bool removeHost(const QUuid& uuid);
 
+    /// A host says goodbye. That counts only from one of its own addresses: it must not be for others to
+    /// say. @return whether it was forgotten
+    bool onFarewell(const QUuid& uuid, const QHostAddress& address);
+
 Q_SIGNALS:
     void hostAdded(ebo::refptr<eboDiscoverer::Host> host);
     void hostRemoved(ebo::refptr<eboDiscoverer::Host> host);
 
 private:
     [[nodiscard]] ebo::refptr<Host> find(const QUuid& uuid) const;
-    [[nodiscard]] bool isFull() const;
 
     const QString organizationName_;
     const QString applicationName_;
     const QUuid ownUuid_;
     QMap<QUuid, ebo::refptr<Host>> hosts_;  // guarded by mutex_
+    HostShares shares_;
     mutable QMutex mutex_;
 };
 

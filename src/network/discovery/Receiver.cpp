@@ -3,9 +3,15 @@
 #include "network/discovery/Beacon.h"
 #include "runtime/logCategories.h"
 
-#include <QNetworkDatagram>
+#include <optional>
 
 namespace eboDiscoverer {
+
+namespace {
+
+constexpr int kMostATurn = 256;  // a millisecond or so
+
+}  // namespace
 
 Receiver::Receiver() : socket_(this) {}
 
@@ -20,20 +26,26 @@ void Receiver::listen(quint16 port)
 
 void Receiver::processPendingDatagrams()
 {
-    // All of them, whatever they hold: a socket that is left with one does not signal again.
-    while (socket_.hasPendingDatagrams()) {
-        const QNetworkDatagram datagram = socket_.receiveDatagram();
-        if (datagram.senderAddress().isLoopback())
-            continue;
-        const std::optional<Beacon> beacon = beaconFrom(datagram.data());
-        if (!beacon)
-            continue;
-        if (beacon->message == Beacon::kHowdy)
-            Q_EMIT newHost(beacon->uuid, datagram.senderAddress(), beacon->hostName, beacon->port,
-                           beacon->applicationId, beacon->applicationVersion);
-        else if (beacon->message == Beacon::kExit)
-            Q_EMIT removeHost(beacon->uuid);
-    }
+    // At least one, whatever it holds: a socket that is left without a read does not signal again. And not
+    // without end: the timers of this thread are to have their turn while others talk.
+    for (int count = 0; count < kMostATurn && socket_.hasPendingDatagrams(); ++count)
+        hear(socket_.receiveDatagram(Beacon::kLongest + 1));
+}
+
+void Receiver::hear(const QNetworkDatagram& datagram)
+{
+    const QHostAddress sender = datagram.senderAddress();
+    const QByteArray bytes = datagram.data();
+    if (sender.isLoopback() || bytes.size() > Beacon::kLongest)
+        return;
+    const std::optional<Beacon> beacon = beaconFrom(bytes);
+    if (!beacon)
+        return;
+    if (beacon->message == Beacon::kHowdy)
+        Q_EMIT newHost(beacon->uuid, sender, beacon->hostName, beacon->port, beacon->applicationId,
+                       beacon->applicationVersion);
+    else if (beacon->message == Beacon::kExit)
+        Q_EMIT removeHost(beacon->uuid, sender);
 }
 
 void Receiver::onError(QAbstractSocket::SocketError socketError)

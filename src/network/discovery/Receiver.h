@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QHostAddress>
+#include <QNetworkDatagram>
 #include <QObject>
 #include <QUdpSocket>
 #include <QUuid>
@@ -24,13 +25,15 @@ Q_SIGNALS:
                  QString appVersion);
 
     /// A device says that it leaves.
-    void removeHost(QUuid uuid);
+    void removeHost(QUuid uuid, QHostAddress address);
 
 private Q_SLOTS:
     void processPendingDatagrams();
     void onError(QAbstractSocket::SocketError socketError);
 
 private:
+    void hear(const QNetworkDatagram& datagram);
+
     QUdpSocket socket_;
 };
 

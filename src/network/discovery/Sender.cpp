@@ -24,18 +24,17 @@ constexpr int kSendMilliseconds = 30000;
 
 Sender::Sender(quint16 udpPort, const QUuid& uuid, QString applicationId, QString applicationVersion)
     : udpPort_(udpPort), timer_(this), uuid_(uuid), applicationId_(std::move(applicationId)),
-      applicationVersion_(std::move(applicationVersion)),
-      configurations_(std::make_unique<QNetworkConfigurationManager>())
+      applicationVersion_(std::move(applicationVersion))
 {
     timer_.setInterval(kIntervalMilliseconds);
+    timer_.setTimerType(Qt::PreciseTimer);
     connect(&timer_, &QTimer::timeout, this, &Sender::sendGreeting);
+    auto* const configurations = new QNetworkConfigurationManager(this);
     for (const auto change : {&QNetworkConfigurationManager::configurationAdded,
                               &QNetworkConfigurationManager::configurationChanged,
                               &QNetworkConfigurationManager::configurationRemoved})
-        connect(configurations_.get(), change, this, &Sender::configurationChanged);
+        connect(configurations, change, this, &Sender::configurationChanged);
 }
-
-Sender::~Sender() = default;
 
 void Sender::start()
 {
@@ -64,36 +63,44 @@ qint64 Sender::sendGreeting()
 
 qint64 Sender::sendFarewell() { return send(Beacon::kExit); }
 
-void Sender::configurationChanged() { sendGreeting(); }
+void Sender::answerNewcomer()
+{
+    if (answerClock_.isValid() && !answerClock_.hasExpired(kIntervalMilliseconds))
+        return;
+    answerClock_.start();
+    sendGreeting();
+}
 
-qint64 Sender::send(const QString& message) const
+void Sender::configurationChanged()
+{
+    addresses_.expire();
+    sendGreeting();
+}
+
+qint64 Sender::send(const QString& message)
 {
     const QByteArray datagram = toDatagram(
         {uuid_, QHostInfo::localHostName(), message, applicationId_, applicationVersion_, directoryPort_});
-    if (datagram.size() > Beacon::kLongest)
+    const LocalAddresses::Entries entries = addresses_.entries();
+    if (datagram.size() > Beacon::kLongest || !entries)
         return 0;
     qint64 total = 0;
-    const QList<QNetworkInterface> interfaces = QNetworkInterface::allInterfaces();
-    for (const QNetworkInterface& interface : interfaces) {
-        const QList<QNetworkAddressEntry> entries = interface.addressEntries();
-        for (const QNetworkAddressEntry& entry : entries) {
-            if (!entry.ip().isLoopback())
-                total += sendFrom(entry.ip(), interface, datagram);
-        }
+    for (const LocalEntry& entry : *entries) {
+        if (!entry.ip.isLoopback())
+            total += sendFrom(entry, datagram);
     }
     return total;
 }
 
-qint64 Sender::sendFrom(const QHostAddress& address, const QNetworkInterface& interface,
-                        const QByteArray& datagram) const
+qint64 Sender::sendFrom(const LocalEntry& entry, const QByteArray& datagram) const
 {
     QUdpSocket socket;
-    if (!socket.bind(address, 0)) {
+    if (!socket.bind(entry.ip, 0)) {
         qCWarning(ebo::log::discoverer)
-            << "Sender was unable to bind any port" << socket.error() << socket.errorString() << address;
+            << "Sender was unable to bind any port" << socket.error() << socket.errorString() << entry.ip;
         return 0;
     }
-    socket.setMulticastInterface(interface);
+    socket.setMulticastInterface(entry.interface);
     const qint64 sent = socket.writeDatagram(datagram, QHostAddress(QHostAddress::Broadcast), udpPort_);
     socket.waitForBytesWritten(kSendMilliseconds);
     return std::max<qint64>(sent, 0);

@@ -1,16 +1,12 @@
 #pragma once
 
+#include "network/discovery/LocalAddresses.h"
+
 #include <QElapsedTimer>
-#include <QHostAddress>
-#include <QNetworkInterface>
 #include <QObject>
 #include <QString>
 #include <QTimer>
 #include <QUuid>
-
-#include <memory>
-
-class QNetworkConfigurationManager;
 
 namespace eboDiscoverer {
 
@@ -25,7 +21,6 @@ public:
 
     /// @param udpPort  where the beacons go, on every network's limited broadcast address
     Sender(quint16 udpPort, const QUuid& uuid, QString applicationId, QString applicationVersion);
-    ~Sender() override;
 
     /// The TCP port that beacons name; 0 until it is set.
     void setDirectoryPort(quint16 port) { directoryPort_ = port; }
@@ -44,6 +39,10 @@ public Q_SLOTS:
     /// The same for a beacon that says goodbye.
     qint64 sendFarewell();
 
+    /// Greets a newcomer, unless one has been greeted in the last second: the next beacon is near enough, and
+    /// nobody is to make this device talk more than it would anyway.
+    void answerNewcomer();
+
     /// A network has come, changed or gone: greets at once.
     void configurationChanged();
 
@@ -52,9 +51,8 @@ Q_SIGNALS:
     void stopPingThread();
 
 private:
-    qint64 send(const QString& message) const;
-    [[nodiscard]] qint64 sendFrom(const QHostAddress& address, const QNetworkInterface& interface,
-                                  const QByteArray& datagram) const;
+    qint64 send(const QString& message);
+    [[nodiscard]] qint64 sendFrom(const LocalEntry& entry, const QByteArray& datagram) const;
 
     const quint16 udpPort_;
     QTimer timer_;
@@ -62,8 +60,9 @@ private:
     const QString applicationId_;
     const QString applicationVersion_;
     quint16 directoryPort_ = 0;
-    const std::unique_ptr<QNetworkConfigurationManager> configurations_;
+    LocalAddresses addresses_;
     QElapsedTimer greetingClock_;  // since the last greeting
+    QElapsedTimer answerClock_;    // since a newcomer was greeted
 };
 
 }  // namespace eboDiscoverer

@@ -4,11 +4,17 @@
 
 namespace eboDiscoverer {
 
-/// Whether two addresses are one: the IPv4 form a.b.c.d and the IPv6 form ::ffff:a.b.c.d are. Sockets give
-/// now one, now the other.
+/// The form in which equal addresses look equal: the IPv4 form a.b.c.d and the IPv6 form ::ffff:a.b.c.d are
+/// one address. Sockets give now one, now the other.
+[[nodiscard]] inline QHostAddress uniformAddress(const QHostAddress& address)
+{
+    return QHostAddress(address.toIPv6Address());
+}
+
+/// Whether two addresses are one.
 [[nodiscard]] inline bool sameAddress(const QHostAddress& a, const QHostAddress& b)
 {
-    return QHostAddress(a.toIPv6Address()) == QHostAddress(b.toIPv6Address());
+    return uniformAddress(a) == uniformAddress(b);
 }
 
 }  // namespace eboDiscoverer

@@ -1,11 +1,9 @@
 #include "network/exchange/DirectoryServer.h"
 
-#include "network/discovery/sameAddress.h"
 #include "network/exchange/NetworkExchange.h"
 #include "runtime/logCategories.h"
 
 #include <QMutexLocker>
-#include <QPointer>
 
 #include <algorithm>
 #include <utility>
@@ -14,39 +12,53 @@ namespace eboNetworkExchange {
 
 namespace {
 
-using eboDiscoverer::sameAddress;
-
-/// Whether a peer does not read what it is sent.
-bool isDeaf(const QTcpSocket& socket) { return socket.bytesToWrite() > DirectoryServer::kMostUnread; }
-
-bool send(QTcpSocket* socket, const DirectoryMessage& message)
+/// Of an attempt, or of an established connection, which says `disconnected` next.
+void logError(const QTcpSocket& socket, QAbstractSocket::SocketError error)
 {
-    socket->write(toBytes(message));
-    return socket->flush();
+    qCWarning(ebo::log::networkConnection)
+        << "Socket error:" << socket.peerAddress() << "(local address:" << socket.localAddress()
+        << ") Error:" << error;
 }
+
+/// Hosts that ask to be looked at are gathered for so long. Milliseconds.
+constexpr int kGather = 20;
 
 }  // namespace
 
 DirectoryServer::DirectoryServer(const QUuid& localUuid, ebo::weakptr<NetworkExchange> exchange,
-                                 std::shared_ptr<ThreadCalls> calls)
+                                 std::shared_ptr<ThreadCalls> calls,
+                                 std::shared_ptr<eboDiscoverer::LocalAddresses> addresses)
     : localUuid_(localUuid), exchange_(std::move(exchange)), calls_(std::move(calls)),
-      pingTimer_(std::make_unique<QTimer>())
+      addresses_(std::move(addresses)),
+      connector_(budget_, [this](const QHostAddress& peer) { return makeRoom(peer); }), connections_(budget_),
+      openings_(budget_), checkTimer_(this), pingTimer_(std::make_unique<QTimer>())
 {
     qCInfo(ebo::log::networkConnection) << "Local Uuid:" << localUuid_;
     connect(pingTimer_.get(), &QTimer::timeout, this, &DirectoryServer::onPingTimerTimeout);
+    pingTimer_->setTimerType(Qt::PreciseTimer);
     pingTimer_->start(kPingMilliseconds);
     clock_.start();
-    connect(this, &QTcpServer::newConnection, this, &DirectoryServer::onNewConnection);
+    checkTimer_.setSingleShot(true);
+    checkTimer_.setInterval(kGather);
+    connect(&checkTimer_, &QTimer::timeout, this, &DirectoryServer::onChecksDue);
+    connect(this, &Server::connectionsWait, this, &DirectoryServer::onNewConnection);
+    connect(&connections_, &DirectoryConnections::received, this, &DirectoryServer::receive);
+    connect(&connections_, &DirectoryConnections::lost, this, &DirectoryServer::onLost);
+    connect(&connections_, &DirectoryConnections::countChanged, this,
+            &DirectoryServer::numberOfDirectorySocketsChanged);
+    connect(&openings_, &ServiceOpenings::opened, this, &DirectoryServer::openStream);
 }
 
 DirectoryServer::~DirectoryServer() = default;
 
 void DirectoryServer::shutDown()
 {
-    close();
+    stopListening();
     pingTimer_.reset();
+    checkTimer_.stop();
     disconnect(this, nullptr, nullptr, nullptr);
-    QList<ebo::refptr<Host>> leaving;
+    connector_.giveUpAll();
+    QMap<QUuid, ebo::refptr<Host>> leaving;
     {
         const QMutexLocker locker(&mutex_);
         leaving.swap(hosts_);
@@ -56,53 +68,52 @@ void DirectoryServer::shutDown()
         host->setConnected(false);
         host->shutDown();
     }
-    waiting_.clear();
-
-    QList<QTcpSocket*> sockets = std::exchange(directorySockets_, {}) + std::exchange(unassignedSockets_, {});
-    for (const auto& [socket, target] : std::exchange(connecting_, {}))
-        sockets.append(socket);
-    for (QTcpSocket* const socket : sockets) {
-        disconnect(socket, nullptr, this, nullptr);
-        socket->disconnectFromHost();
-        socket->deleteLater();
-    }
+    connections_.closeAll();
+    openings_.closeAll();
 }
 
 ebo::refptr<Host> DirectoryServer::find(const QUuid& uuid) const
 {
     const QMutexLocker locker(&mutex_);
-    for (const auto& host : hosts_) {
-        if (host->uuid() == uuid)
-            return host;
-    }
-    return nullptr;
+    return hosts_.value(uuid);
 }
 
 QList<ebo::refptr<Host>> DirectoryServer::hosts() const
 {
     const QMutexLocker locker(&mutex_);
-    return hosts_;
-}
-
-QList<ExistingConnection> DirectoryServer::connections() const
-{
-    QList<ExistingConnection> result;
-    for (const QTcpSocket* const socket : directorySockets_)
-        result.append({socket->localAddress(), socket->peerAddress(), socket->peerPort()});
-    return result;
+    return hosts_.values();
 }
 
 // Making connections.
 
+void DirectoryServer::check(const Host& host)
+{
+    unchecked_.insert(host.uuid());
+    if (!checkTimer_.isActive() && pingTimer_)
+        checkTimer_.start();
+}
+
+void DirectoryServer::onChecksDue()
+{
+    for (const QUuid& uuid : std::exchange(unchecked_, {})) {
+        if (const ebo::refptr<Host> host = find(uuid))
+            connectHost(*host);
+    }
+}
+
 void DirectoryServer::connectHost(Host& host)
 {
-    const QList<LocalEntry> entries = localEntries();
-    if (localUuid_ < host.uuid()) {
-        connectDirectory(host, entries);
-        for (const auto& service : host.services())
-            service->connectStreams(host.addresses(), entries);
+    const auto entries = addresses_->entries();
+    if (!entries)
+        return;  // not known at the moment: nothing is concluded from that
+    if (connectsTo(localUuid_, host.uuid())) {
+        connectDirectory(host, *entries);
+        for (const auto& service : host.services()) {
+            service->connectStreams(connector_, host.addresses(), *entries);
+            service->closeStaleStreams(*entries);
+        }
     }
-    closeStaleSockets(entries);
+    connections_.closeStale(*entries);
 }
 
 void DirectoryServer::connectDirectory(Host& host, const QList<LocalEntry>& entries)
@@ -110,257 +121,182 @@ void DirectoryServer::connectDirectory(Host& host, const QList<LocalEntry>& entr
     const quint16 port = host.port();
     if (port == 0)
         return;
-    for (const AddressPair& pair : addressPairs(host.addresses(), port, connections(), entries)) {
+    for (const AddressPair& pair : addressPairs(host.addresses(), port, connections_.ends(), entries)) {
         qCDebug(ebo::log::networkDirectory) << "Connecting to host:" << pair.remote;
-        const bool isUnderWay = std::any_of(connecting_.begin(), connecting_.end(), [&](const auto& entry) {
-            const Target& target = entry.second;
-            return target.port == port && sameAddress(target.pair.remote, pair.remote) &&
-                   sameAddress(target.pair.local, pair.local);
-        });
-        if (isUnderWay) {
+        const auto connected = [this, meant = host.uuid()](QTcpSocket* socket) {
+            qCInfo(ebo::log::networkConnection)
+                << "Connected to host:" << socket->peerAddress() << "via" << socket->localAddress();
+            onNewSocket(socket, meant);
+        };
+        const bool isNew =
+            connector_.connectTo({&host, {pair, port}, host.heardSince(), connected, logError});
+        if (!isNew)
             qCDebug(ebo::log::networkDirectory)
                 << "Stopped connection attempt. Host already has connecting socket";
-            continue;
-        }
-        QTcpSocket* const socket = boundSocket(pair.local, this);
-        if (socket == nullptr)
-            continue;
-        connecting_.emplace(socket, Target{pair, port});
-        connect(socket, &QTcpSocket::connected, this, &DirectoryServer::onSocketConnected);
-        connect(socket, &QTcpSocket::errorOccurred, this, &DirectoryServer::onSocketError);
-        socket->connectToHost(pair.remote, port);
     }
-}
-
-void DirectoryServer::closeStaleSockets(const QList<LocalEntry>& entries)
-{
-    constexpr int kFewest = 2;  // the last connection is kept, wherever it comes from
-    if (directorySockets_.size() < kFewest)
-        return;
-    const QList<QTcpSocket*> sockets = directorySockets_;
-    for (QTcpSocket* const socket : sockets) {
-        if (!isLocal(socket->localAddress(), entries))
-            socket->disconnectFromHost();
-    }
-}
-
-void DirectoryServer::onSocketConnected()
-{
-    auto* const socket = qobject_cast<QTcpSocket*>(sender());
-    if (socket == nullptr)
-        return;
-    qCInfo(ebo::log::networkConnection)
-        << "Connected to host:" << socket->peerAddress() << "via" << socket->localAddress();
-    onNewSocket(socket);
-    connecting_.erase(socket);
 }
 
 void DirectoryServer::onNewConnection()
 {
-    while (QTcpSocket* const socket = nextPendingConnection()) {
+    while (QTcpSocket* const socket = nextConnection()) {
         qCInfo(ebo::log::networkConnection) << "New Connection:" << socket->peerAddress();
-        makeRoom();
-        onNewSocket(socket);
+        if (makeRoom(socket->peerAddress())) {
+            onNewSocket(socket, QUuid());
+        } else {
+            socket->abort();
+            socket->deleteLater();
+        }
     }
 }
 
-void DirectoryServer::onNewSocket(QTcpSocket* socket)
+void DirectoryServer::onNewSocket(QTcpSocket* socket, const QUuid& meant)
 {
-    directorySockets_.append(socket);
-    Q_EMIT numberOfDirectorySocketsChanged(directorySockets_.size());
-    socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    connect(socket, &QTcpSocket::readyRead, this, &DirectoryServer::onReadyRead);
-    connect(socket, &QTcpSocket::disconnected, this, &DirectoryServer::onSocketDisconnected);
+    DirectoryConnection& connection = connections_.add(socket, meant);
+    if (connection.direction() == Direction::kOutgoing)
+        connect(socket, &QTcpSocket::errorOccurred, &connection,
+                [socket](QAbstractSocket::SocketError error) { logError(*socket, error); });
 
     DirectoryMessage message;
     message.type = DirectoryMessage::kWhois;
     message.hostUuid = localUuid_;
-    if (!send(socket, message))
+    if (!connection.send(message))
         qCWarning(ebo::log::networkDirectory)
             << "onNewSocket: Unable to flush socket. Socket state is:" << socket->state();
 }
 
 void DirectoryServer::onCheckConnections()
 {
-    if (auto* const host = qobject_cast<Host*>(sender()))
-        connectHost(*host);
+    auto* const host = qobject_cast<Host*>(sender());
+    if (host == nullptr)
+        return;
+    identifyWaiting(*host);
+    check(*host);
 }
 
 // Losing them.
 
-void DirectoryServer::forget(QTcpSocket* socket)
+void DirectoryServer::onLost(const DirectoryConnection* connection)
 {
-    waiting_.remove(socket);
-    disconnect(socket, nullptr, this, nullptr);
     // Whoever claims several names is held under each of them.
     for (const auto& host : hosts()) {
-        if (host->holds(socket))
-            host->removeSocket(socket);
+        if (host->holds(connection->socket()))
+            host->removeSocket(connection->socket());
     }
-    directorySockets_.removeOne(socket);
-    Q_EMIT numberOfDirectorySocketsChanged(directorySockets_.size());
-    socket->deleteLater();
 }
 
-void DirectoryServer::dropBroken(QTcpSocket* socket)
+bool DirectoryServer::makeRoom(const QHostAddress& peer)
 {
-    qCWarning(ebo::log::networkDirectory) << "Found broken socket.";
-    forget(socket);
-    socket->abort();
-}
-
-void DirectoryServer::makeRoom()
-{
-    if (directorySockets_.size() < kMostDirectorySockets)
-        return;
-    const QList<ebo::refptr<Host>> known = hosts();
-    const auto isStranger = [&known](QTcpSocket* socket) {
-        return std::none_of(known.begin(), known.end(),
-                            [socket](const auto& host) { return host->holds(socket); });
-    };
-    const auto oldest = std::find_if(directorySockets_.cbegin(), directorySockets_.cend(), isStranger);
-    if (oldest != directorySockets_.cend())
-        dropBroken(*oldest);
-}
-
-void DirectoryServer::onSocketDisconnected()
-{
-    auto* const socket = qobject_cast<QTcpSocket*>(sender());
-    if (socket == nullptr)
-        return;
-    qCInfo(ebo::log::networkConnection) << "Socket Disconnected:" << socket->peerAddress();
-    forget(socket);
-}
-
-void DirectoryServer::onSocketError(QAbstractSocket::SocketError socketError)
-{
-    auto* const socket = qobject_cast<QTcpSocket*>(sender());
-    if (socket == nullptr)
-        return;
-    qCWarning(ebo::log::networkConnection)
-        << "Socket error:" << socket->peerAddress() << "(local address:" << socket->localAddress()
-        << ") Error:" << socketError;
-    // An established connection that ends says `disconnected` next, which finds it in the lists.
-    if (connecting_.erase(socket) != 0)
-        socket->deleteLater();
+    const bool isPeerAtLimit = budget_.isFullFor(peer);
+    if (!isPeerAtLimit && !budget_.isFull())
+        return true;
+    const QHostAddress* const of = isPeerAtLimit ? &peer : nullptr;
+    return openings_.dropOldest(of) || connections_.dropStranger(of);
 }
 
 void DirectoryServer::onPingTimerTimeout()
-{
-    bool lost = false;
-    const QList<QTcpSocket*> sockets = directorySockets_;
-    for (QTcpSocket* const socket : sockets) {
-        if (!directorySockets_.contains(socket))
-            continue;  // lost on the way
-        if (!socket->isOpen() || socket->state() != QAbstractSocket::ConnectedState ||
-            !socket->isWritable() || isDeaf(*socket)) {
-            dropBroken(socket);
-            lost = true;
-        } else if (!sendPing(socket)) {
-            qCWarning(ebo::log::networkDirectory) << "onPingTimerTimeout: Unable to flush socket.";
-            if (directorySockets_.contains(socket)) {
-                forget(socket);
-                socket->abort();
-            }
-            lost = true;
-        }
-    }
-    if (!lost)
-        return;
-    for (const auto& host : hosts())
-        connectHost(*host);
-}
-
-bool DirectoryServer::sendPing(QTcpSocket* socket) const
 {
     DirectoryMessage message;
     message.type = DirectoryMessage::kPing;
     message.hostUuid = localUuid_;
     message.timeStamp = clock_.nsecsElapsed();
-    return send(socket, message);
+    if (!connections_.sendToAll(message))
+        return;
+    for (const auto& host : hosts())
+        check(*host);
 }
 
-// Messages.
+// What is said on them.
 
-void DirectoryServer::onReadyRead()
-{
-    const QPointer<QTcpSocket> socket = qobject_cast<QTcpSocket*>(sender());
-    while (socket && directorySockets_.contains(socket) && socket->bytesAvailable() > 0) {
-        // A message that came in pieces is lost: nothing tells where the next one begins. They are small,
-        // sent whole and with low delay.
-        if (const auto message = takeMessage(*socket))
-            receive(*message, socket);
-        // Answers to one who asks and never reads would pile up.
-        if (socket && directorySockets_.contains(socket) && isDeaf(*socket))
-            dropBroken(socket);
-    }
-}
-
-void DirectoryServer::receive(const DirectoryMessage& message, QTcpSocket* socket)
+void DirectoryServer::receive(DirectoryConnection* connection, const DirectoryMessage& message)
 {
     qCDebug(ebo::log::networkDirectory) << "Message received:" << message;
     switch (message.type) {
     case DirectoryMessage::kWhois:
-        receiveWhois(message, socket);
+        receiveWhois(message, *connection);
         break;
     case DirectoryMessage::kPing:
-        receivePing(message, socket);
+        receivePing(message, *connection);
         break;
     case DirectoryMessage::kServiceInfo:
-        receiveServiceInfo(message);
+        receiveServiceInfo(message, *connection);
         break;
     default:
         break;
     }
 }
 
-void DirectoryServer::receiveWhois(const DirectoryMessage& message, QTcpSocket* socket)
+void DirectoryServer::receiveWhois(const DirectoryMessage& message, DirectoryConnection& connection)
 {
-    const ebo::refptr<Host> host = find(message.hostUuid);
-    if (!host) {
-        waiting_.add(message.hostUuid, socket);
+    if (!isCredible(localUuid_, message.hostUuid, connection.direction())) {
+        qCDebug(ebo::log::networkDirectory)
+            << "Nobody of that name can be at this end:" << message.hostUuid << connection.peer();
         return;
     }
-    host->addSocket(socket);
-    sendServiceInfo(*host, socket);
+    connection.setClaim(message.hostUuid);
+    identify(connection);
 }
 
-void DirectoryServer::receivePing(DirectoryMessage message, QTcpSocket* socket)
+/// Lets a connection be that of the device it claims to be, as soon as discovery hears that device there.
+void DirectoryServer::identify(DirectoryConnection& connection)
+{
+    const ebo::refptr<Host> host = find(connection.claim());
+    if (!host || !host->isHeardFrom(connection.peer())) {
+        // Whom we have connected to was heard there; what it says next would be lost.
+        if (connection.direction() == Direction::kOutgoing)
+            connections_.dropBroken(&connection);
+        return;
+    }
+    connection.confirmClaim();
+    host->addSocket(connection.socket());
+    sendServiceInfo(*host, connection);
+}
+
+void DirectoryServer::identifyWaiting(const Host& host)
+{
+    for (DirectoryConnection* const connection : connections_.claiming(host.uuid()))
+        identify(*connection);
+}
+
+void DirectoryServer::receivePing(DirectoryMessage message, DirectoryConnection& connection)
 {
     if (message.hostUuid == localUuid_) {
         // The echo of our own. What came back as time stamp may be anything.
         const auto now = static_cast<quint64>(clock_.nsecsElapsed());
         const auto ping = static_cast<qint64>(now - static_cast<quint64>(message.timeStamp));
         if (const ebo::refptr<Host> host = find(message.responderUuid))
-            host->setPing(socket, ping);
+            host->setPing(connection.socket(), ping);
         return;
     }
     message.responderUuid = localUuid_;
-    if (!send(socket, message))
+    if (!connection.send(message))
         qCWarning(ebo::log::networkDirectory)
-            << "Ping send: Unable to flush socket. Socket state is:" << socket->state();
+            << "Ping send: Unable to flush socket. Socket state is:" << connection.socket()->state();
 }
 
-void DirectoryServer::receiveServiceInfo(const DirectoryMessage& message)
+void DirectoryServer::receiveServiceInfo(const DirectoryMessage& message,
+                                         const DirectoryConnection& connection)
 {
     const ebo::refptr<NetworkExchange> exchange = exchange_.promote();
     if (!exchange || !exchange->offers(message.serviceId))
         return;
     const ebo::refptr<Host> host = find(message.hostUuid);
-    if (!host || host->uuid() < localUuid_)
+    if (!host || !connectsTo(localUuid_, host->uuid()))
         return;
+    if (!host->holds(connection.socket())) {
+        qCDebug(ebo::log::networkDirectory)
+            << "Service of" << host->uuid() << "announced by somebody else:" << connection.peer();
+        return;
+    }
     const auto [service, made] = host->findOrMakeService(message.serviceId, message.port);
-    const QList<LocalEntry> entries = localEntries();
-    service->connectStreams(host->addresses(), entries);
-    service->closeStaleStreams(entries);
+    check(*host);
     if (made)
         Q_EMIT host->servicesChanged(host);
 }
 
-void DirectoryServer::sendServiceInfo(const Host& host, QTcpSocket* socket) const
+void DirectoryServer::sendServiceInfo(const Host& host, DirectoryConnection& connection) const
 {
     const ebo::refptr<NetworkExchange> exchange = exchange_.promote();
-    if (!exchange || !(host.uuid() < localUuid_))
+    if (!exchange || !connectsTo(host.uuid(), localUuid_))
         return;
     for (const auto& server : exchange->serviceServers()) {
         DirectoryMessage message;
@@ -368,9 +304,10 @@ void DirectoryServer::sendServiceInfo(const Host& host, QTcpSocket* socket) cons
         message.hostUuid = localUuid_;
         message.serviceId = server->serviceId();
         message.port = server->serverPort();
-        if (!send(socket, message))
+        if (!connection.send(message))
             qCWarning(ebo::log::networkDirectory)
-                << "onNewConnection: Unable to flush socket. Socket state is:" << socket->state();
+                << "onNewConnection: Unable to flush socket. Socket state is:"
+                << connection.socket()->state();
     }
 }
 
@@ -378,66 +315,36 @@ void DirectoryServer::sendServiceInfo(const Host& host, QTcpSocket* socket) cons
 
 void DirectoryServer::onServiceRequest(const QString& /*serviceId*/, QTcpSocket* socket)
 {
-    if (unassignedSockets_.size() >= kMostUnassigned)
-        dropUnassigned(unassignedSockets_.first());
-    socket->setParent(this);
-    unassignedSockets_.append(socket);
-    connect(socket, &QTcpSocket::readyRead, this, &DirectoryServer::onUnassignedServiceSocketReadyRead);
-    connect(socket, &QTcpSocket::disconnected, this, [this, socket] { dropUnassigned(socket); });
-    readOpening(socket);
-}
-
-void DirectoryServer::onUnassignedServiceSocketReadyRead()
-{
-    if (auto* const socket = qobject_cast<QTcpSocket*>(sender()))
-        readOpening(socket);
-}
-
-void DirectoryServer::readOpening(QTcpSocket* socket)
-{
-    // Awaited whole: behind it come the packets of the stream, which are not to be touched.
-    while (socket->bytesAvailable() > 0) {
-        const auto parsed = parseMessage(socket->peek(kLongestOpening));
-        if (!parsed) {
-            if (socket->bytesAvailable() >= kLongestOpening)
-                dropUnassigned(socket);
-            return;
-        }
-        socket->read(parsed->size);
-        if (parsed->message.type == DirectoryMessage::kServiceInfo) {
-            openStream(parsed->message, socket);
-            return;
-        }
+    if (pingTimer_ && makeRoom(socket->peerAddress())) {
+        openings_.add(socket);
+        return;
     }
+    socket->abort();
+    socket->deleteLater();
 }
 
-void DirectoryServer::openStream(const DirectoryMessage& message, QTcpSocket* socket)
+void DirectoryServer::openStream(ServiceOpening* opening, const DirectoryMessage& message)
 {
     const ebo::refptr<Host> host = find(message.hostUuid);
     if (!host) {
         qCWarning(ebo::log::networkDirectory) << "Couldn't find host:" << message.hostUuid;
-        dropUnassigned(socket);
+        openings_.drop(opening);
         return;
     }
     const ebo::refptr<NetworkExchange> exchange = exchange_.promote();
-    if (!exchange || !exchange->offers(message.serviceId)) {
-        dropUnassigned(socket);
+    const bool isItself =
+        isCredible(localUuid_, host->uuid(), Direction::kIncoming) && host->isHeardFrom(opening->peer());
+    if (!isItself)
+        qCWarning(ebo::log::networkDirectory)
+            << "Service connection in the name of another:" << message.hostUuid << opening->peer();
+    if (!isItself || !exchange || !exchange->offers(message.serviceId)) {
+        openings_.drop(opening);
         return;
     }
-    disconnect(socket, nullptr, this, nullptr);
-    unassignedSockets_.removeOne(socket);
     const auto [service, made] = host->findOrMakeService(message.serviceId, 0);
-    service->addStream(socket);
+    service->addStream(openings_.take(opening));
     if (made)
         Q_EMIT host->servicesChanged(host);
-}
-
-void DirectoryServer::dropUnassigned(QTcpSocket* socket)
-{
-    disconnect(socket, nullptr, this, nullptr);
-    unassignedSockets_.removeOne(socket);
-    socket->abort();
-    socket->deleteLater();
 }
 
 // Devices come and go.
@@ -449,14 +356,12 @@ void DirectoryServer::onHostAdded(const ebo::refptr<eboDiscoverer::Host>& discov
     const auto host = ebo::makeRef<Host>(discoveryHost, localUuid_, calls_);
     {
         const QMutexLocker locker(&mutex_);
-        hosts_.append(host);
+        hosts_.insert(host->uuid(), host);
     }
     connect(host.get(), &Host::beacon, this, &DirectoryServer::onCheckConnections);
+    connect(host.get(), &Host::addressChanged, this, &DirectoryServer::onCheckConnections);
     connect(host.get(), &Host::serviceBecameUnready, this, &DirectoryServer::onHostServiceBecameUnready);
-    for (QTcpSocket* const socket : waiting_.take(host->uuid())) {
-        host->addSocket(socket);
-        sendServiceInfo(*host, socket);
-    }
+    identifyWaiting(*host);
     connectHost(*host);
     qCDebug(ebo::log::networkDirectory) << "Host added:" << *host;
     Q_EMIT hostAdded(host);
@@ -470,8 +375,11 @@ void DirectoryServer::onHostRemoved(const ebo::refptr<eboDiscoverer::Host>& disc
     qCDebug(ebo::log::networkDirectory) << "Host removed:" << *host;
     {
         const QMutexLocker locker(&mutex_);
-        hosts_.removeOne(host);
+        hosts_.remove(host->uuid());
     }
+    // After an outage, a new attempt is answered long before one that has been waiting all the time.
+    connector_.giveUp(host.get());
+    connections_.dropStrangersMeantFor(host->uuid());
     host->setConnected(false);
     Q_EMIT hostRemoved(host);
     host->setConnected(false);
@@ -485,8 +393,10 @@ void DirectoryServer::onHostServiceBecameUnready(const ebo::refptr<Host>& host)
         return;
     qCInfo(ebo::log::networkDirectory)
         << "Service of host" << host->uuid() << "became unready, resending service info.";
-    for (QTcpSocket* const socket : host->directorySockets())
-        sendServiceInfo(*host, socket);
+    for (const QTcpSocket* const socket : host->directorySockets()) {
+        if (DirectoryConnection* const connection = connections_.find(socket))
+            sendServiceInfo(*host, *connection);
+    }
 }
 
 }  // namespace eboNetworkExchange

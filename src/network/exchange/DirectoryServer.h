@@ -1,22 +1,27 @@
 #pragma once
 
 #include "network/discovery/Host.h"
+#include "network/discovery/LocalAddresses.h"
+#include "network/exchange/Connector.h"
+#include "network/exchange/DirectoryConnections.h"
 #include "network/exchange/DirectoryMessage.h"
 #include "network/exchange/Host.h"
 #include "network/exchange/Server.h"
+#include "network/exchange/ServiceOpenings.h"
+#include "network/exchange/SocketBudget.h"
 #include "network/exchange/ThreadCalls.h"
-#include "network/exchange/WaitingSockets.h"
 #include "runtime/refcounted.h"
 #include "runtime/refptr.h"
 #include "runtime/weakptr.h"
 
 #include <QElapsedTimer>
 #include <QList>
+#include <QMap>
 #include <QMutex>
+#include <QSet>
 #include <QTimer>
 #include <QUuid>
 
-#include <map>
 #include <memory>
 
 namespace eboNetworkExchange {
@@ -29,30 +34,28 @@ class NetworkExchange;
 /// Of two devices the one with the lower uuid makes all connections, and the one with the higher uuid
 /// announces services; so they never connect twice. Connections that fail or end are made again with the
 /// device's next beacon. Lives on the network thread.
+///
+/// Whoever connects is a stranger until it has said who it is, its uuid is one that may have made the
+/// connection, and discovery hears that device at the connection's address. Only then does what it says
+/// count, and only for that device. Where room is short, strangers go first.
 class DirectoryServer : public Server, public ebo::refcounted {
     Q_OBJECT
 
 public:
     static constexpr int kPingMilliseconds = 5000;
 
-    /// A peer with more unread bytes than this does not read at all.
-    static constexpr qint64 kMostUnread = 16 * 1024;
-
-    /// What the first message of a service connection may need. Bytes.
-    static constexpr qint64 kLongestOpening = 1024;
-
-    /// Beyond these, the connection that has been a stranger's for the longest time goes: anybody can open
-    /// them and say nothing.
-    static constexpr int kMostDirectorySockets = 1024;
-    static constexpr int kMostUnassigned = 256;
-
+    /// @param addresses  of this device; of the network thread
     DirectoryServer(const QUuid& localUuid, ebo::weakptr<NetworkExchange> exchange,
-                    std::shared_ptr<ThreadCalls> calls);
+                    std::shared_ptr<ThreadCalls> calls,
+                    std::shared_ptr<eboDiscoverer::LocalAddresses> addresses);
     ~DirectoryServer() override;
 
     /// Stops listening, closes every connection and forgets every device, without signals to the outside.
     /// What has been closed goes by the event loop; this object has to outlive it.
     void shutDown();
+
+    /// Connections of all kinds, with whomever.
+    [[nodiscard]] const SocketBudget& socketBudget() const { return budget_; }
 
 public Q_SLOTS:
     void onHostAdded(const ebo::refptr<eboDiscoverer::Host>& discoveryHost);
@@ -68,53 +71,45 @@ Q_SIGNALS:
     void numberOfDirectorySocketsChanged(int numberOfDirectorySockets);
 
 private Q_SLOTS:
-    void onReadyRead();
     void onNewConnection();
     void onPingTimerTimeout();
-    void onSocketConnected();
-    void onSocketDisconnected();
-    void onSocketError(QAbstractSocket::SocketError socketError);
     void onCheckConnections();
-    void onUnassignedServiceSocketReadyRead();
 
 private:
-    struct Target {
-        AddressPair pair;
-        quint16 port;
-    };
-
     [[nodiscard]] ebo::refptr<Host> find(const QUuid& uuid) const;
     [[nodiscard]] QList<ebo::refptr<Host>> hosts() const;
-    [[nodiscard]] QList<ExistingConnection> connections() const;
 
+    // Making connections.
+    void check(const Host& host);
+    void onChecksDue();
     void connectHost(Host& host);
     void connectDirectory(Host& host, const QList<LocalEntry>& entries);
-    void closeStaleSockets(const QList<LocalEntry>& entries);
-    void onNewSocket(QTcpSocket* socket);
-    void forget(QTcpSocket* socket);
-    void dropBroken(QTcpSocket* socket);
-    void makeRoom();
+    void onNewSocket(QTcpSocket* socket, const QUuid& meant);
+    [[nodiscard]] bool makeRoom(const QHostAddress& peer);
+    void onLost(const DirectoryConnection* connection);
 
-    void receive(const DirectoryMessage& message, QTcpSocket* socket);
-    void receiveWhois(const DirectoryMessage& message, QTcpSocket* socket);
-    void receivePing(DirectoryMessage message, QTcpSocket* socket);
-    void receiveServiceInfo(const DirectoryMessage& message);
-    void sendServiceInfo(const Host& host, QTcpSocket* socket) const;
-    [[nodiscard]] bool sendPing(QTcpSocket* socket) const;
-
-    void readOpening(QTcpSocket* socket);
-    void openStream(const DirectoryMessage& message, QTcpSocket* socket);
-    void dropUnassigned(QTcpSocket* socket);
+    // What is said on them.
+    void receive(DirectoryConnection* connection, const DirectoryMessage& message);
+    void receiveWhois(const DirectoryMessage& message, DirectoryConnection& connection);
+    void receivePing(DirectoryMessage message, DirectoryConnection& connection);
+    void receiveServiceInfo(const DirectoryMessage& message, const DirectoryConnection& connection);
+    void identify(DirectoryConnection& connection);
+    void identifyWaiting(const Host& host);
+    void sendServiceInfo(const Host& host, DirectoryConnection& connection) const;
+    void openStream(ServiceOpening* opening, const DirectoryMessage& message);
 
     const QUuid localUuid_;
     const ebo::weakptr<NetworkExchange> exchange_;
     const std::shared_ptr<ThreadCalls> calls_;
-    std::map<QTcpSocket*, Target> connecting_;
-    QList<QTcpSocket*> directorySockets_;
-    QList<QTcpSocket*> unassignedSockets_;  // of services
-    WaitingSockets waiting_;                // have said who they are before discovery knew of them
-    QList<ebo::refptr<Host>> hosts_;        // guarded by mutex_
-    std::unique_ptr<QTimer> pingTimer_;     // null after the end
+    const std::shared_ptr<eboDiscoverer::LocalAddresses> addresses_;
+    SocketBudget budget_;
+    Connector connector_;
+    DirectoryConnections connections_;
+    ServiceOpenings openings_;
+    QMap<QUuid, ebo::refptr<Host>> hosts_;  // guarded by mutex_
+    QSet<QUuid> unchecked_;                 // hosts whose connections may lack something
+    QTimer checkTimer_;
+    std::unique_ptr<QTimer> pingTimer_;  // null after the end
     QElapsedTimer clock_;
     mutable QMutex mutex_;
 };

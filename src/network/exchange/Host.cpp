@@ -3,6 +3,7 @@
 #include "network/discovery/sameAddress.h"
 #include "runtime/logCategories.h"
 
+#include <QDeadlineTimer>
 #include <QMutexLocker>
 
 #include <algorithm>
@@ -14,12 +15,45 @@ using eboDiscoverer::sameAddress;
 
 Host::Host(const ebo::refptr<eboDiscoverer::Host>& discoveryHost, const QUuid& localUuid,
            std::shared_ptr<ThreadCalls> calls)
-    : remoteUuid_(discoveryHost->uuid()), localUuid_(localUuid), discoveryHost_(discoveryHost),
+    : heardSince_(QDeadlineTimer::current().deadline()), beaconTimer_(this),
+      remoteUuid_(discoveryHost->uuid()), localUuid_(localUuid), discoveryHost_(discoveryHost),
       calls_(std::move(calls))
 {
     connect(discoveryHost.get(), &eboDiscoverer::Host::pingChanged, this, &Host::onPingChanged);
-    connect(discoveryHost.get(), &eboDiscoverer::Host::beacon, this, &Host::beacon);
     connect(discoveryHost.get(), &eboDiscoverer::Host::addressesChanged, this, &Host::onAddressesChanged);
+    beaconTimer_.setSingleShot(true);
+    connect(&beaconTimer_, &QTimer::timeout, this, &Host::tellBeacon);
+    listenTo(*discoveryHost);
+}
+
+/// Each beacon would be a word from thread to thread; the mark lets only one be on its way.
+void Host::listenTo(const eboDiscoverer::Host& discoveryHost)
+{
+    const auto mark = [self = ebo::weakptr<Host>(this), isDue = isBeaconDue_] {
+        if (isDue->exchange(true))
+            return;
+        if (const ebo::refptr<Host> host = self.promote())
+            QMetaObject::invokeMethod(
+                host.get(), [raw = host.get()] { raw->onBeacon(); }, Qt::QueuedConnection);
+    };
+    connect(&discoveryHost, &eboDiscoverer::Host::beacon, &discoveryHost, mark, Qt::DirectConnection);
+}
+
+void Host::onBeacon()
+{
+    constexpr qint64 kGatherMilliseconds = 50;
+    const qint64 since = sinceBeacon_.isValid() ? sinceBeacon_.elapsed() : kGatherMilliseconds;
+    if (since >= kGatherMilliseconds)
+        tellBeacon();
+    else
+        beaconTimer_.start(static_cast<int>(kGatherMilliseconds - since));
+}
+
+void Host::tellBeacon()
+{
+    isBeaconDue_->store(false);
+    sinceBeacon_.start();
+    Q_EMIT beacon();
 }
 
 Host::~Host() { disconnect(this, nullptr, nullptr, nullptr); }
@@ -50,6 +84,12 @@ QList<QHostAddress> Host::addresses() const
             result.append(helper->address());
     }
     return result;
+}
+
+bool Host::isHeardFrom(const QHostAddress& address) const
+{
+    const auto host = discoveryHost_.promote();
+    return host && host->isHeardFrom(address);
 }
 
 quint16 Host::port() const
@@ -181,6 +221,8 @@ void Host::setConnected(bool connected)
         return;
     if (!connected)
         dropServices();
+    for (const auto& service : services())
+        service->setReading(connected);
     Q_EMIT isConnectedChanged(ebo::refptr<Host>(this));
 }
 
@@ -204,6 +246,8 @@ Host::FoundService Host::findOrMakeService(const QString& serviceId, quint16 por
     if (entry)
         return {entry, false};
     entry = ebo::makeRef<Service>(ebo::weakptr<Host>(this), serviceId, port, localUuid_, calls_);
+    // Of a device that has not said who it is, nobody wants packets.
+    entry->setReading(connected_);
     connect(entry.get(), &Service::isReadyChanged, this, &Host::onServiceIsReadyChanged);
     return {entry, true};
 }
@@ -222,6 +266,7 @@ QList<ebo::refptr<Service>> Host::services() const
 
 void Host::shutDown()
 {
+    beaconTimer_.stop();
     std::map<QTcpSocket*, qint64> closing;
     {
         const QMutexLocker locker(&mutex_);

@@ -9,6 +9,7 @@
 #include "runtime/weakptr.h"
 
 #include <QDebug>
+#include <QElapsedTimer>
 #include <QHostAddress>
 #include <QList>
 #include <QMap>
@@ -16,6 +17,7 @@
 #include <QObject>
 #include <QString>
 #include <QTcpSocket>
+#include <QTimer>
 #include <QUuid>
 
 #include <atomic>
@@ -43,6 +45,12 @@ public:
     [[nodiscard]] QString applicationVersion() const;
     [[nodiscard]] QList<QHostAddress> addresses() const;
 
+    /// Whether discovery hears it at this address now.
+    [[nodiscard]] bool isHeardFrom(const QHostAddress& address) const;
+
+    /// When it was first heard: milliseconds on a clock that all devices here share.
+    [[nodiscard]] qint64 heardSince() const { return heardSince_; }
+
     /// TCP port of the device's directory server, 0 if it has none.
     [[nodiscard]] quint16 port() const;
 
@@ -69,7 +77,7 @@ public:
     /// lowest of all; without a connection both ends are null.
     [[nodiscard]] AddressPair lowestPingWay() const;
 
-    /// Without connections the services go.
+    /// Without connections the services go; with one, they are read.
     void setConnected(bool connected);
 
     struct FoundService {
@@ -93,6 +101,9 @@ Q_SIGNALS:
     void pingChanged(ebo::refptr<eboNetworkExchange::Host> host);
     void numberOfDirectorySocketsChanged(ebo::refptr<eboNetworkExchange::Host> host);
     void addressChanged();
+
+    /// It has been heard, once or often since the last time: beacons that come thick and fast are told as
+    /// one.
     void beacon();
     void servicesChanged(ebo::refptr<eboNetworkExchange::Host> host);
     void serviceIsReadyChanged(ebo::refptr<eboNetworkExchange::Host> host);
@@ -107,9 +118,19 @@ private Q_SLOTS:
 private:
     static constexpr qint64 kUnknownPing = eboDiscoverer::HostAddressHelper::kUnknownPing;
 
+    void listenTo(const eboDiscoverer::Host& discoveryHost);
+    void onBeacon();
+    void tellBeacon();
     void dropServices();
 
+    /// Shared with the discovery thread: a beacon has come that has not been told.
+    using Mark = std::shared_ptr<std::atomic<bool>>;
+
     std::atomic<bool> connected_{false};
+    const qint64 heardSince_;
+    const Mark isBeaconDue_ = std::make_shared<std::atomic<bool>>(false);
+    QElapsedTimer sinceBeacon_;
+    QTimer beaconTimer_;
     const QUuid remoteUuid_;
     const QUuid localUuid_;
     const ebo::weakptr<eboDiscoverer::Host> discoveryHost_;

@@ -8,8 +8,9 @@
 namespace eboNetworkExchange {
 
 NetworkExchange::NetworkExchange(const ebo::refptr<eboDiscoverer::AbstractDiscoverer>& discoverer,
-                                 std::shared_ptr<ThreadCalls> calls)
-    : discoverer_(discoverer), calls_(std::move(calls))
+                                 std::shared_ptr<ThreadCalls> calls,
+                                 std::shared_ptr<eboDiscoverer::LocalAddresses> addresses)
+    : discoverer_(discoverer), calls_(std::move(calls)), addresses_(std::move(addresses))
 {}
 
 void NetworkExchange::start(const QList<ServiceDefinition>& definitions)
@@ -19,8 +20,8 @@ void NetworkExchange::start(const QList<ServiceDefinition>& definitions)
         return;
     for (const ServiceDefinition& definition : definitions)
         listenForService(definition);
-    directoryServer_ =
-        ebo::makeRef<DirectoryServer>(discoverer->uuid(), ebo::weakptr<NetworkExchange>(this), calls_);
+    directoryServer_ = ebo::makeRef<DirectoryServer>(discoverer->uuid(), ebo::weakptr<NetworkExchange>(this),
+                                                     calls_, addresses_);
     DirectoryServer* const directory = directoryServer_.get();
     connect(discoverer.get(), &eboDiscoverer::AbstractDiscoverer::hostAdded, directory,
             &DirectoryServer::onHostAdded);
@@ -38,7 +39,7 @@ void NetworkExchange::start(const QList<ServiceDefinition>& definitions)
 void NetworkExchange::listenForService(const ServiceDefinition& definition)
 {
     const auto server = ebo::makeRef<ServiceServer>(definition.serviceId, definition.lowDelay);
-    if (server->listen(QHostAddress::Any, 0))
+    if (server->startListening())
         qCInfo(ebo::log::networkServer)
             << "ServiceServer" << definition.serviceId << "is listening on port:" << server->serverPort();
     else
@@ -48,7 +49,7 @@ void NetworkExchange::listenForService(const ServiceDefinition& definition)
 
 quint16 NetworkExchange::listenForDirectory()
 {
-    if (directoryServer_ && directoryServer_->listen(QHostAddress::Any, 0)) {
+    if (directoryServer_ && directoryServer_->startListening()) {
         qCInfo(ebo::log::networkServer)
             << "DirectoryServer is listening on port:" << directoryServer_->serverPort()
             << "address:" << directoryServer_->serverAddress();
@@ -64,9 +65,14 @@ void NetworkExchange::shutDown()
     if (const auto discoverer = discoverer_.promote(); discoverer && directoryServer_)
         disconnect(discoverer.get(), nullptr, directoryServer_.get(), nullptr);
     for (const auto& server : serviceServers_)
-        server->close();
+        server->stopListening();
     if (directoryServer_)
         directoryServer_->shutDown();
+}
+
+int NetworkExchange::socketCount() const
+{
+    return directoryServer_ ? directoryServer_->socketBudget().count() : 0;
 }
 
 bool NetworkExchange::offers(const QString& serviceId) const

@@ -22,8 +22,11 @@ class NetworkExchange : public QObject, public ebo::refcounted {
     Q_OBJECT
 
 public:
+    /// @param addresses  of this device; from the system unless they are given
     NetworkExchange(const ebo::refptr<eboDiscoverer::AbstractDiscoverer>& discoverer,
-                    std::shared_ptr<ThreadCalls> calls);
+                    std::shared_ptr<ThreadCalls> calls,
+                    std::shared_ptr<eboDiscoverer::LocalAddresses> addresses =
+                        std::make_shared<eboDiscoverer::LocalAddresses>());
 
     /// Listens for connections to the services, on ports that the system chooses, and lets the directory hear
     /// of devices. Once.
@@ -36,6 +39,8 @@ public:
     void shutDown();
 
     [[nodiscard]] const QList<ebo::refptr<ServiceServer>>& serviceServers() const { return serviceServers_; }
+    /// Connections of all kinds with other devices.
+    [[nodiscard]] int socketCount() const;
     [[nodiscard]] bool offers(const QString& serviceId) const;
 
 Q_SIGNALS:
@@ -48,6 +53,7 @@ private:
 
     const ebo::weakptr<eboDiscoverer::AbstractDiscoverer> discoverer_;
     const std::shared_ptr<ThreadCalls> calls_;
+    const std::shared_ptr<eboDiscoverer::LocalAddresses> addresses_;
     ebo::refptr<DirectoryServer> directoryServer_;  // null until the start
     QList<ebo::refptr<ServiceServer>> serviceServers_;
 };

@@ -1,5 +1,7 @@
 #include "network/exchange/PacketStream.h"
 
+#include "network/discovery/PeerBudget.h"
+#include "network/exchange/TurnBudget.h"
 #include "runtime/logCategories.h"
 
 #include <QtEndian>
@@ -8,8 +10,23 @@
 #include <array>
 #include <utility>
 
-PacketStream::PacketStream(QPointer<QTcpSocket> socket) : socket_(std::move(socket))
+using eboDiscoverer::PeerBudget;
+
+namespace {
+
+constexpr qint64 kCostOfPacket = 64;  // besides its bytes, which may be none
+
+}  // namespace
+
+PacketStream::PacketStream(QPointer<QTcpSocket> socket, bool isReading)
+    : socket_(std::move(socket)), isReading_(!isReading), again_(this)
 {
+    again_.setSingleShot(true);
+    again_.setInterval(0);
+    connect(&again_, &QTimer::timeout, this, [this] {
+        if (isConnected())
+            readTurn();
+    });
     connect(socket_, &QTcpSocket::readyRead, this, &PacketStream::onReadyRead, Qt::DirectConnection);
     connect(socket_, &QTcpSocket::disconnected, this, &PacketStream::onSocketDisconnected,
             Qt::DirectConnection);
@@ -17,7 +34,16 @@ PacketStream::PacketStream(QPointer<QTcpSocket> socket) : socket_(std::move(sock
             Qt::DirectConnection);
     connect(socket_, &QTcpSocket::errorOccurred, this, &PacketStream::onSocketError, Qt::DirectConnection);
     connect(socket_, &QTcpSocket::bytesWritten, this, &PacketStream::bytesWritten, Qt::DirectConnection);
-    onReadyRead();
+    setReading(isReading);
+}
+
+void PacketStream::setReading(bool isReading)
+{
+    if (std::exchange(isReading_, isReading) == isReading || !socket_)
+        return;
+    if (isReading)
+        onReadyRead();
+    limitBuffer();
 }
 
 PacketStream::~PacketStream()
@@ -38,13 +64,60 @@ void PacketStream::onReadyRead()
         Q_EMIT disconnected(this);
         return;
     }
+    readTurn();
+}
+
+bool PacketStream::hasTooMuch() const { return waitingBytes_ >= PeerBudget::kWaitingBytes; }
+
+/// The more is taken from the system's socket at a time, the faster that is, and the more can lie here; a
+/// stream that does not keep up or is not to be read gets less.
+void PacketStream::limitBuffer()
+{
+    constexpr qint64 kLeast = 4096;
+    constexpr qint64 kMost = 2 * 1024 * 1024;
+    if (!socket_)
+        return;
+    const qint64 unparsed = socket_->bytesAvailable();
+    if (!isReading_)
+        socket_->setReadBufferSize(kLeast);
+    else if (unparsed > PeerBudget::kUnparsedBytes)
+        socket_->setReadBufferSize(PeerBudget::kUnparsedBytes);
+    else if (unparsed == 0)
+        socket_->setReadBufferSize(kMost);
+}
+
+void PacketStream::readTurn()
+{
+    read(Extent::kOneTurn);
+    limitBuffer();
+}
+
+void PacketStream::read(Extent extent)
+{
+    eboNetworkExchange::TurnBudget turn;
     // The socket is looked for each time: whoever hears of a packet may end the stream.
-    while (socket_ && socket_->bytesAvailable() > 0) {
-        if (inPacket_)
+    while (socket_ && isReading_ && socket_->bytesAvailable() > 0) {
+        if (inPacket_) {
             readPayload();
-        else if (readSize() == Progress::kWait)
+            continue;
+        }
+        if (extent == Extent::kOneTurn && hasTooMuch())
+            return;  // until a packet is taken
+        if (extent == Extent::kOneTurn && !turn.take()) {
+            again_.start();
+            return;
+        }
+        if (readSize() == Progress::kWait)
             return;
     }
+}
+
+/// What has arrived whole counts, also if the connection ends before its turn has come.
+void PacketStream::readRest()
+{
+    if (again_.isActive() || hasTooMuch())
+        read(Extent::kWhatIsThere);
+    again_.stop();
 }
 
 PacketStream::Progress PacketStream::readSize()
@@ -77,6 +150,7 @@ void PacketStream::readPayload()
     received_.resize(before + static_cast<int>(std::max<qint64>(count, 0)));
     if (received_.size() < expectedSize_)
         return;
+    waitingBytes_ += received_.size() + kCostOfPacket;
     packets_.append(std::exchange(received_, {}));
     ++waiting_;
     inPacket_ = false;
@@ -88,7 +162,12 @@ QByteArray PacketStream::nextPacket()
     if (packets_.isEmpty())
         return {};
     --waiting_;
-    return packets_.takeFirst();
+    QByteArray packet = packets_.takeFirst();
+    const bool hadTooMuch = hasTooMuch();
+    waitingBytes_ -= packet.size() + kCostOfPacket;
+    if (hadTooMuch && !hasTooMuch() && socket_)
+        again_.start();
+    return packet;
 }
 
 bool PacketStream::sendPacket(const QByteArray& packet)
@@ -141,6 +220,7 @@ void PacketStream::onSocketStateChanged(QAbstractSocket::SocketState state)
     qCInfo(ebo::log::packetStream) << this << "Socket state changed:" << state;
     if (state == QAbstractSocket::ConnectedState)
         return;
+    readRest();
     releaseSocket();
     Q_EMIT disconnected(this);
 }
@@ -148,6 +228,7 @@ void PacketStream::onSocketStateChanged(QAbstractSocket::SocketState state)
 void PacketStream::onSocketError(QAbstractSocket::SocketError error)
 {
     qCWarning(ebo::log::packetStream) << this << "Socket error:" << error << ", will disconnect.";
+    readRest();
     releaseSocket();
     Q_EMIT disconnected(this);
 }

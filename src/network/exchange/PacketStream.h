@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QTcpSocket>
+#include <QTimer>
 
 #include <atomic>
 #include <cstdint>
@@ -27,7 +28,8 @@ public:
     static constexpr int kTooLargeToSend = 65536;
 
     /// Reads what the socket already holds, so packets may wait before anybody can listen to `packetReady`.
-    explicit PacketStream(QPointer<QTcpSocket> socket);
+    /// @param isReading  see setReading
+    explicit PacketStream(QPointer<QTcpSocket> socket, bool isReading = true);
     ~PacketStream() override;
 
     /// Complete packets that wait. Any thread.
@@ -39,6 +41,10 @@ public:
     /// Hands a packet to the socket, which buffers it. @return false, with a log line, if the socket takes it
     /// not or not wholly
     bool sendPacket(const QByteArray& packet);
+
+    /// Whether to read at all. What is not read stays with the sender, apart from what fits into the system's
+    /// buffers. The same happens by itself while so much waits that nobody has taken yet.
+    void setReading(bool isReading);
 
     /// The socket; null from the moment it is lost.
     [[nodiscard]] QTcpSocket* socket() const { return socket_.data(); }
@@ -63,8 +69,14 @@ Q_SIGNALS:
 
 private:
     enum class Progress { kMore, kWait };
+    enum class Extent { kOneTurn, kWhatIsThere };
 
     [[nodiscard]] bool isConnected() const;
+    void limitBuffer();
+    void readTurn();
+    void read(Extent extent);
+    void readRest();
+    [[nodiscard]] bool hasTooMuch() const;
     Progress readSize();
     void readPayload();
     void releaseSocket();
@@ -77,4 +89,7 @@ private:
     QByteArray received_;  // of the packet that has begun
     QList<QByteArray> packets_;
     std::atomic<int> waiting_{0};  // how many those are
+    qint64 waitingBytes_ = 0;      // and what they cost
+    bool isReading_;
+    QTimer again_;  // reads on in the next turn
 };

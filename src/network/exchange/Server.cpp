@@ -2,39 +2,80 @@
 
 #include "runtime/logCategories.h"
 
-#include <QTimer>
-
-#include <memory>
+#include <cerrno>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace eboNetworkExchange {
 
-namespace {
-
-// Long enough not to spin while descriptors are used up, short against what a connecting device waits.
-constexpr int kPauseMilliseconds = 100;
-
-}  // namespace
-
-Server::Server() { connect(this, &QTcpServer::acceptError, this, &Server::onAcceptError); }
-
-void Server::onAcceptError()
+Server::Server() : pause_(this)
 {
-    // Qt stops accepting for good after an error.
-    pauseAccepting();
-    QTimer::singleShot(kPauseMilliseconds, this, [this] {
-        if (isListening())
-            resumeAccepting();
-    });
+    pause_.setSingleShot(true);
+    pause_.setInterval(kPauseMilliseconds);
+    connect(&pause_, &QTimer::timeout, this, &Server::acceptWaiting);
 }
 
-QTcpSocket* Server::boundSocket(const QHostAddress& local, QObject* parent)
+bool Server::startListening()
 {
-    auto socket = std::make_unique<QTcpSocket>(parent);
-    if (!socket->bind(local, 0)) {
-        qCWarning(ebo::log::networkDirectory) << "Unable to bind local address:" << local;
+    if (!listen(QHostAddress::Any, 0))
+        return false;
+    pauseAccepting();  // Qt's own
+    const auto descriptor = static_cast<int>(socketDescriptor());
+    // Qt lets 50 connections wait, and a device whose connection finds no room is lost for a second or more.
+    ::listen(descriptor, SOMAXCONN);
+    notifier_ = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
+    connect(notifier_.get(), &QSocketNotifier::activated, this, &Server::acceptWaiting);
+    return true;
+}
+
+void Server::stopListening()
+{
+    notifier_.reset();
+    pause_.stop();
+    close();
+    for (QTcpSocket* const socket : std::exchange(waiting_, {}))
+        socket->deleteLater();
+}
+
+QTcpSocket* Server::nextConnection()
+{
+    if (waiting_.empty())
         return nullptr;
+    QTcpSocket* const socket = waiting_.front();
+    waiting_.pop_front();
+    return socket;
+}
+
+void Server::acceptWaiting()
+{
+    if (!notifier_)
+        return;
+    notifier_->setEnabled(true);
+    for (int count = 0; count < kMostATurn; ++count) {
+        const int descriptor =
+            ::accept4(static_cast<int>(socketDescriptor()), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+        if (descriptor < 0) {
+            // Nobody waits, or somebody has left while waiting; otherwise the system lacks something.
+            if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)
+                pause();
+            break;
+        }
+        auto socket = std::make_unique<QTcpSocket>(this);
+        if (socket->setSocketDescriptor(descriptor))
+            waiting_.push_back(socket.release());
+        else
+            ::close(descriptor);
     }
-    return socket.release();
+    if (!waiting_.empty())
+        Q_EMIT connectionsWait();
+}
+
+void Server::pause()
+{
+    qCWarning(ebo::log::networkServer) << "No descriptor is left for a connection to port" << serverPort();
+    notifier_->setEnabled(false);
+    pause_.start();
+    Q_EMIT acceptError(QAbstractSocket::SocketResourceError);
 }
 
 }  // namespace eboNetworkExchange

@@ -1,9 +1,9 @@
 #include "network/exchange/Service.h"
 
+#include "network/discovery/PeerBudget.h"
 #include "network/discovery/sameAddress.h"
 #include "network/exchange/DirectoryMessage.h"
 #include "network/exchange/Host.h"
-#include "network/exchange/Server.h"
 #include "runtime/logCategories.h"
 
 #include <QMutexLocker>
@@ -17,6 +17,7 @@ namespace eboNetworkExchange {
 
 namespace {
 
+using eboDiscoverer::PeerBudget;
 using eboDiscoverer::sameAddress;
 
 constexpr qint64 kMostSentAtOnce = 16384;
@@ -34,9 +35,14 @@ std::optional<AddressPair> wayOf(const PacketStream& stream)
 }
 
 /// A stream may be the one whose signal is being handled: it always goes later.
-Service::Stream makeStream(QTcpSocket* socket)
+Service::Stream makeStream(QTcpSocket* socket, bool isReading)
 {
-    return {new PacketStream(socket), [](PacketStream* stream) { stream->deleteLater(); }};
+    return {new PacketStream(socket, isReading), [](PacketStream* stream) { stream->deleteLater(); }};
+}
+
+bool isSameWay(const AddressPair& a, const AddressPair& b)
+{
+    return sameAddress(a.local, b.local) && sameAddress(a.remote, b.remote);
 }
 
 }  // namespace
@@ -68,23 +74,24 @@ QList<ExistingConnection> Service::connections() const
         if (const auto way = wayOf(*stream))
             result.append({way->local, way->remote, stream->socket()->peerPort()});
     }
-    for (const auto& [socket, pair] : connecting_)
-        result.append({pair.local, pair.remote, port_});
     return result;
 }
 
-void Service::connectStreams(const QList<QHostAddress>& addresses, const QList<LocalEntry>& entries)
+void Service::connectStreams(Connector& connector, const QList<QHostAddress>& addresses,
+                             const QList<LocalEntry>& entries)
 {
     if (port_ == 0)
         return;
+    connector_ = &connector;
+    const ebo::refptr<Host> host = host_.promote();
     for (const AddressPair& pair : addressPairs(addresses, port_, connections(), entries)) {
-        QTcpSocket* const socket = Server::boundSocket(pair.local, this);
-        if (socket == nullptr)
-            continue;
-        connecting_.emplace(socket, pair);
-        connect(socket, &QTcpSocket::connected, this, &Service::onSocketConnected);
-        connect(socket, &QTcpSocket::errorOccurred, this, &Service::onSocketError);
-        socket->connectToHost(pair.remote, port_);
+        connector.connectTo({this,
+                             {pair, port_},
+                             host ? host->heardSince() : 0,
+                             [this](QTcpSocket* socket) { onSocketConnected(socket); },
+                             [this](const QTcpSocket& socket, QAbstractSocket::SocketError error) {
+                                 onSocketError(socket, error);
+                             }});
     }
 }
 
@@ -97,12 +104,8 @@ void Service::closeStaleStreams(const QList<LocalEntry>& entries)
     }
 }
 
-void Service::onSocketConnected()
+void Service::onSocketConnected(QTcpSocket* socket)
 {
-    auto* const socket = qobject_cast<QTcpSocket*>(sender());
-    if (socket == nullptr)
-        return;
-    connecting_.erase(socket);
     // Names the service to the other side; it is no packet of the stream that follows.
     DirectoryMessage message;
     message.type = DirectoryMessage::kServiceInfo;
@@ -113,17 +116,42 @@ void Service::onSocketConnected()
     addStream(socket);
 }
 
-void Service::onSocketError(QAbstractSocket::SocketError socketError)
+void Service::onSocketError(const QTcpSocket& socket, QAbstractSocket::SocketError socketError)
 {
-    auto* const socket = qobject_cast<QTcpSocket*>(sender());
-    if (socket == nullptr) {
-        qCWarning(ebo::log::networkService) << serviceId_ << "socket error" << socketError;
-        return;
-    }
     qCWarning(ebo::log::networkService)
-        << serviceId_ << "socket error" << socketError << "(" << socket->errorString() << ")";
-    connecting_.erase(socket);
-    socket->deleteLater();
+        << serviceId_ << "socket error" << socketError << "(" << socket.errorString() << ")";
+}
+
+/// Nobody needs as many streams; whoever opens them gets the newest.
+void Service::makeRoomFor(const AddressPair& way)
+{
+    constexpr int kOfOneWay = 2;  // one may have died without a word
+    QList<Stream> ofWay;
+    const QList<Stream> all = streams();
+    for (const Stream& stream : all) {
+        const auto its = wayOf(*stream);
+        if (its && isSameWay(*its, way))
+            ofWay.append(stream);
+    }
+    if (ofWay.size() >= kOfOneWay)
+        close(ofWay.first());
+    else if (all.size() >= PeerBudget::kStreams)
+        close(all.first());
+}
+
+void Service::close(const Stream& stream)
+{
+    remove(stream);
+    disconnect(stream.get(), nullptr, this, nullptr);
+    if (stream->socket() != nullptr)
+        stream->disconnectFromHost();
+}
+
+void Service::setReading(bool isReading)
+{
+    isReading_ = isReading;
+    for (const Stream& stream : streams())
+        stream->setReading(isReading);
 }
 
 void Service::addStream(QTcpSocket* socket)
@@ -133,7 +161,8 @@ void Service::addStream(QTcpSocket* socket)
     socket->setParent(nullptr);
     const QHostAddress peer = socket->peerAddress();
     const quint16 peerPort = socket->peerPort();
-    const Stream stream = makeStream(socket);
+    makeRoomFor({socket->localAddress(), peer});
+    const Stream stream = makeStream(socket, isReading_);
     stream->setObjectName(serviceId_ + QStringLiteral("_stream_") + peer.toString());
     qCInfo(ebo::log::networkService) << "(new Stream)" << stream.get() << socket->localAddress() << "=>"
                                      << peer;
@@ -185,12 +214,8 @@ void Service::ipRemoved(const QHostAddress& address)
 
 void Service::shutDown()
 {
-    for (const auto& [socket, pair] : std::exchange(connecting_, {})) {
-        disconnect(socket, nullptr, this, nullptr);
-        socket->setParent(nullptr);  // its own thread deletes it, whatever thread deletes this
-        socket->abort();
-        socket->deleteLater();
-    }
+    if (connector_)
+        connector_->giveUp(this);
     QList<Stream> closing;
     {
         const QMutexLocker locker(&mutex_);
@@ -272,7 +297,7 @@ Service::Carrier Service::carrier(const AddressPair& lowest) const
     const QList<Stream> candidates = streams();
     for (const Stream& stream : candidates) {
         const auto way = wayOf(*stream);
-        if (way && sameAddress(way->local, lowest.local) && sameAddress(way->remote, lowest.remote))
+        if (way && isSameWay(*way, lowest))
             return {stream, true};
     }
     return {candidates.isEmpty() ? nullptr : candidates.first(), false};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "network/exchange/Connector.h"
 #include "network/exchange/PacketStream.h"
 #include "network/exchange/ThreadCalls.h"
 #include "network/exchange/addressPairs.h"
@@ -16,7 +17,6 @@
 #include <QTcpSocket>
 #include <QUuid>
 
-#include <map>
 #include <memory>
 
 namespace eboNetworkExchange {
@@ -47,13 +47,19 @@ public:
 
     /// Connects to the service from every address of ours that shares a subnet with one of the addresses,
     /// where there is no stream yet and none under way. Does nothing without a port.
-    void connectStreams(const QList<QHostAddress>& addresses, const QList<LocalEntry>& entries);
+    /// @param connector  makes the connections; outlives this one's work
+    void connectStreams(Connector& connector, const QList<QHostAddress>& addresses,
+                        const QList<LocalEntry>& entries);
 
     /// Closes the streams whose local address has gone.
     void closeStaleStreams(const QList<LocalEntry>& entries);
 
     /// Takes a connected socket as a stream, and owns it; what opened the connection has been read from it.
+    /// Of too many streams, or too many between the same addresses, the oldest goes.
     void addStream(QTcpSocket* socket);
+
+    /// Whether the streams are read; at first they are. What is not read stays with the sender.
+    void setReading(bool isReading);
 
     /// Closes all streams and gives up connections under way; tells isReadyChanged if that changed it.
     void shutDown();
@@ -94,10 +100,6 @@ Q_SIGNALS:
     void isReadyChanged(ebo::refptr<eboNetworkExchange::Service> service);
     void bytesWritten(qint64 bytes);
 
-private Q_SLOTS:
-    void onSocketConnected();
-    void onSocketError(QAbstractSocket::SocketError socketError);
-
 private:
     /// The stream that a packet goes by; null for none.
     struct Carrier {
@@ -105,6 +107,10 @@ private:
         bool isLowestPing = false;
     };
 
+    void onSocketConnected(QTcpSocket* socket);
+    void onSocketError(const QTcpSocket& socket, QAbstractSocket::SocketError socketError);
+    void makeRoomFor(const AddressPair& way);
+    void close(const Stream& stream);
     bool write(const QByteArray& data, bool blocking);
     [[nodiscard]] Carrier carrier(const AddressPair& lowest) const;
     Carrier send(const QByteArray& data);
@@ -119,8 +125,9 @@ private:
     const QUuid localUuid_;
     const std::shared_ptr<ThreadCalls> calls_;
     mutable QMutex mutex_;
-    QList<Stream> streams_;                          // in order of arrival; guarded by mutex_
-    std::map<QTcpSocket*, AddressPair> connecting_;  // network thread only
+    QList<Stream> streams_;          // in order of arrival; guarded by mutex_
+    bool isReading_ = true;          // network thread only, as what follows
+    QPointer<Connector> connector_;  // once it has been used
 };
 
 }  // namespace eboNetworkExchange

@@ -2,8 +2,6 @@
 
 #include "network/discovery/sameAddress.h"
 
-#include <QNetworkInterface>
-
 #include <algorithm>
 #include <cstddef>
 
@@ -37,18 +35,6 @@ QHostAddress plainForm(const QHostAddress& address)
 }
 
 }  // namespace
-
-QList<LocalEntry> localEntries()
-{
-    QList<LocalEntry> result;
-    const QList<QNetworkInterface> interfaces = QNetworkInterface::allInterfaces();
-    for (const QNetworkInterface& interface : interfaces) {
-        const QList<QNetworkAddressEntry> entries = interface.addressEntries();
-        for (const QNetworkAddressEntry& entry : entries)
-            result.append({entry.ip(), entry.netmask()});
-    }
-    return result;
-}
 
 bool isLocal(const QHostAddress& address, const QList<LocalEntry>& entries)
 {

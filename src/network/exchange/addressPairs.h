@@ -1,16 +1,14 @@
 #pragma once
 
+#include "network/discovery/LocalAddresses.h"
+
 #include <QHostAddress>
 #include <QList>
 #include <QtGlobal>
 
 namespace eboNetworkExchange {
 
-/// An address of this device, and which part of it names its subnet.
-struct LocalEntry {
-    QHostAddress ip;
-    QHostAddress netmask;
-};
+using eboDiscoverer::LocalEntry;
 
 /// Two ends of a connection that there is already, or that is under way.
 struct ExistingConnection {
@@ -24,9 +22,6 @@ struct AddressPair {
     QHostAddress local;
     QHostAddress remote;
 };
-
-/// All addresses of this device at this moment, loopback included.
-[[nodiscard]] QList<LocalEntry> localEntries();
 
 /// Whether an address is among the entries.
 [[nodiscard]] bool isLocal(const QHostAddress& address, const QList<LocalEntry>& entries);

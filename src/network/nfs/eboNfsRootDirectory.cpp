@@ -211,14 +211,18 @@ ebo::refptr<eboNfsSubDirectory> eboNfsRootDirectory::findOrMakeDirectory(const Q
         return known;
     }
     dropIdle();
+    if (!watch_)
+        watch_ = std::make_shared<DirectoryWatch>();
     const bool confined = paths_.policy().confined;
     eboUtils::file::DirectoryContentHandle::LinkTest acceptsLink;
     if (confined)
         acceptsLink = [paths = paths_](const QByteArray& path) { return paths.isWithin(path); };
     auto directory = ebo::makeRef<eboNfsSubDirectory>(
-        url, eboUtils::file::DirectoryContentHandle(url.toLocalFile().toUtf8(),
-                                                    confined ? LinkPolicy::kRefuse : LinkPolicy::kFollow,
-                                                    std::move(acceptsLink)));
+        url,
+        eboUtils::file::DirectoryContentHandle(url.toLocalFile().toUtf8(),
+                                               confined ? LinkPolicy::kRefuse : LinkPolicy::kFollow,
+                                               std::move(acceptsLink)),
+        watch_);
     if (const auto nfs = nfs_.promote())
         connect(directory.get(), &eboNfsLocalDirectory::changed, nfs.get(), &eboNfs::triggerProcessing);
     directories_.insert(url, directory);

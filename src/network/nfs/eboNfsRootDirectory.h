@@ -108,6 +108,7 @@ private:
     bool directoriesChanged_ = false;     // since the last turn
     bool filesChanged_ = false;
     const Backlogs backlogs_;
+    std::shared_ptr<DirectoryWatch> watch_;  // made on the network thread, when it is needed
     const ebo::weakptr<eboNfs> nfs_;
     const ebo::weakptr<eboFileFactory> fileFactory_;
 };

@@ -15,9 +15,14 @@ constexpr int kSettleMilliseconds = 200;
 
 }  // namespace
 
-eboNfsSubDirectory::eboNfsSubDirectory(QUrl url, eboUtils::file::DirectoryContentHandle contents)
-    : url_(std::move(url)), contents_(std::move(contents))
+eboNfsSubDirectory::eboNfsSubDirectory(QUrl url, eboUtils::file::DirectoryContentHandle contents,
+                                       std::shared_ptr<DirectoryWatch> watch)
+    : url_(std::move(url)), contents_(std::move(contents)), watch_(std::move(watch))
 {
+    connect(watch_.get(), &DirectoryWatch::changed, this, [this](const QString& path) {
+        if (path == url_.toLocalFile())
+            onWatched(path);
+    });
     settling_.setSingleShot(true);
     settling_.setInterval(kSettleMilliseconds);
     connect(&settling_, &QTimer::timeout, this, &eboNfsSubDirectory::onSettled);
@@ -25,14 +30,17 @@ eboNfsSubDirectory::eboNfsSubDirectory(QUrl url, eboUtils::file::DirectoryConten
 
 eboNfsSubDirectory::~eboNfsSubDirectory() = default;
 
-void eboNfsSubDirectory::watch()
+void eboNfsSubDirectory::watchFor(const eboNfsHost* host)
 {
     const QString path = url_.toLocalFile();
-    if ((watcher_ && !watcher_->directories().isEmpty()) || !QFileInfo(path).isDir())
+    const bool wasWatched = watch_->isWatching(path);
+    DirectoryWatch::Ticket& ticket = tickets_[host];
+    if ((ticket && wasWatched) || !QFileInfo(path).isDir())
         return;
-    watcher_ = std::make_unique<QFileSystemWatcher>(QStringList(path));
-    connect(watcher_.get(), &QFileSystemWatcher::directoryChanged, this, &eboNfsSubDirectory::onWatched);
-    lastEntries_.reset();  // nobody knows what happened while nobody watched
+    ticket.reset();  // of a directory that has been removed meanwhile
+    ticket = watch_->watch(path, host);
+    if (!wasWatched)
+        lastEntries_.reset();  // nobody knows what happened while nobody watched
 }
 
 QStringList eboNfsSubDirectory::entryList(int filter) const
@@ -43,7 +51,7 @@ QStringList eboNfsSubDirectory::entryList(int filter) const
 void eboNfsSubDirectory::registerListeningHost(const HostRef& host, unsigned int objectId)
 {
     eboNfsLocalDirectory::registerListeningHost(host, objectId);
-    watch();
+    watchFor(host.get());
     const bool isKnown = std::any_of(remotes_.begin(), remotes_.end(), [&](const auto& remote) {
         return remote->isOf(host) && remote->objectId() == objectId;
     });
@@ -70,8 +78,7 @@ void eboNfsSubDirectory::unregisterListeningHost(const HostRef& host)
     qCDebug(ebo::log::directoryRoot) << Q_FUNC_INFO << url_ << host->rootUrl();
     eboNfsLocalDirectory::unregisterListeningHost(host);
     disconnect(host.get(), nullptr, this, nullptr);
-    if (listenerCount() == 0)
-        watcher_.reset();
+    tickets_.erase(host.get());
     const auto removed = remotes_.remove_if([&](const auto& remote) {
         if (!remote->isOf(host))
             return false;

@@ -1,15 +1,16 @@
 #pragma once
 
 #include "network/nfs/DirectoryContentHandle.h"
+#include "network/nfs/DirectoryWatch.h"
 #include "network/nfs/eboNfsLocalDirectory.h"
 #include "runtime/weakptr.h"
 
-#include <QFileSystemWatcher>
 #include <QStringList>
 #include <QTimer>
 
 #include <cstdint>
 #include <list>
+#include <map>
 #include <memory>
 #include <optional>
 
@@ -23,7 +24,9 @@ public:
     static constexpr int kNamesPerPage = 100;
 
     /// @param contents  reads the directory at the local URL
-    eboNfsSubDirectory(QUrl url, eboUtils::file::DirectoryContentHandle contents);
+    /// @param watch     of all served directories
+    eboNfsSubDirectory(QUrl url, eboUtils::file::DirectoryContentHandle contents,
+                       std::shared_ptr<DirectoryWatch> watch);
     ~eboNfsSubDirectory() override;
 
     [[nodiscard]] QUrl url() const override { return url_; }
@@ -47,13 +50,14 @@ private Q_SLOTS:
 private:
     class Remote;
 
-    void watch();
+    void watchFor(const eboNfsHost* host);
 
     const QUrl url_;
     const eboUtils::file::DirectoryContentHandle contents_;
     bool needsProcessing_ = false;
     std::list<std::shared_ptr<Remote>> remotes_;
-    std::unique_ptr<QFileSystemWatcher> watcher_;  // while somebody looks: it costs a descriptor
+    const std::shared_ptr<DirectoryWatch> watch_;
+    std::map<const eboNfsHost*, DirectoryWatch::Ticket> tickets_;  // while they look
     /// Not listed yet: nothing that a first change could be compared with.
     std::optional<QStringList> lastEntries_;
     QTimer settling_;  // gathers the many changes of a copy in progress

@@ -16,6 +16,9 @@ inline constexpr qint64 kMostUnreadBytes = 16 * 1024 * 1024;
 /// has 1024 of them.
 inline constexpr int kMostObjectsOfHost = 256;
 
+/// Directories that are watched for one device.
+inline constexpr int kMostWatchedOfHost = 64;
+
 /// Served files and directories that nobody uses any more stay listed until there are so many.
 inline constexpr int kMostIdleEntries = 1024;
 

@@ -1,5 +1,6 @@
 #include "network/discovery/HostController.h"
 
+#include "network/discovery/PeerBudget.h"
 #include "support/LogCapture.h"
 #include "support/until.h"
 
@@ -182,22 +183,79 @@ TEST_F(HostTable, EachAddressAgesByItselfAndTheHostLastsAsLongAsOneOfThem)
     const qint64 firstLasted = sinceFirst.elapsed();
     EXPECT_EQ(host->addresses()[0]->address(), address(2));
     EXPECT_THAT(removed_, IsEmpty());
-    // Qt's coarse timers may be early by a twentieth.
-    EXPECT_GE(firstLasted, 4700);
+    // To the millisecond: the two clocks may differ by one.
+    EXPECT_GE(firstLasted, 4999);
     ASSERT_TRUE(until([&] { return removed_ == QList<HostRef>{host}; }));
-    EXPECT_GE(sinceFirst.elapsed() - firstLasted, 4200) << "5 s from its last beacon, up to 0.5 s before";
+    EXPECT_GE(sinceFirst.elapsed() - firstLasted, 4499) << "5 s from its last beacon, up to 0.5 s before";
     EXPECT_THAT(table_.hosts(), IsEmpty());
 }
 
 TEST_F(HostTable, IsBoundedHoweverManySpeak)
 {
-    for (int i = 0; i <= HostController::kMostHosts; ++i)
-        hear(1000 + i, 1);
-    EXPECT_EQ(table_.hosts().size(), HostController::kMostHosts);
+    for (int i = 0; i <= PeerBudget::kHostsInAll; ++i)
+        hear(1000 + i, 1 + i / PeerBudget::kHosts);
+    EXPECT_EQ(table_.hosts().size(), PeerBudget::kHostsInAll);
     HostController table(QString(), QString(), uuid(77));
-    for (int i = 0; i <= Host::kMostAddresses; ++i)
+    for (int i = 0; i <= PeerBudget::kAddressesOfHost; ++i)
         table.addHost(uuid(1), QHostAddress(static_cast<quint32>(0x0a000000 + i)), QString(), 1, QString());
-    EXPECT_EQ(table.hosts()[0]->addresses().size(), Host::kMostAddresses);
+    EXPECT_EQ(table.hosts()[0]->addresses().size(), PeerBudget::kAddressesOfHost);
+}
+
+TEST_F(HostTable, LoudAddressHasItsShareAndTheOthersHaveTheRest)
+{
+    for (int i = 0; i <= PeerBudget::kHosts; ++i)
+        hear(1000 + i, 1);
+    EXPECT_EQ(table_.hosts().size(), PeerBudget::kHosts);
+    EXPECT_TRUE(hear(1, 2));
+    EXPECT_FALSE(
+        table_.addHost(uuid(2), QHostAddress(QStringLiteral("::ffff:10.0.0.1")), QString(), 1, QString()))
+        << "the same address in its other form";
+}
+
+TEST_F(HostTable, NewcomerTakesThePlaceOfTheYoungestHostOfTheAddressThatHasMost)
+{
+    hear(1, 99);
+    for (int i = 0; i < PeerBudget::kHostsInAll; ++i)
+        hear(1000 + i, 1 + i / PeerBudget::kHosts);
+    ASSERT_EQ(table_.hosts().size(), PeerBudget::kHostsInAll);
+    removed_.clear();
+    EXPECT_TRUE(hear(2, 98));
+    EXPECT_EQ(table_.hosts().size(), PeerBudget::kHostsInAll);
+    ASSERT_EQ(removed_.size(), 1);
+    const int last = removed_[0]->addresses()[0]->address().toIPv4Address() & 0xffU;
+    EXPECT_LE(last, 8) << "one of the loud ones";
+    const int number = static_cast<int>(removed_[0]->uuid().data1);
+    EXPECT_EQ((number - 1000) % PeerBudget::kHosts, PeerBudget::kHosts - 1)
+        << "the last that came from there";
+    EXPECT_FALSE(hear(90000, 1)) << "no loud one takes a place from the others";
+}
+
+TEST_F(HostTable, FarewellCountsFromTheHostsOwnAddressesOnly)
+{
+    hear(1, 1);
+    hear(1, 2);
+    EXPECT_FALSE(table_.onFarewell(uuid(1), address(3)));
+    EXPECT_THAT(removed_, IsEmpty());
+    EXPECT_TRUE(table_.onFarewell(uuid(1), address(2)));
+    EXPECT_EQ(removed_, added_);
+    EXPECT_FALSE(table_.onFarewell(uuid(1), address(2))) << "it has gone";
+}
+
+TEST_F(HostTable, PlaceOfAHostThatSaidGoodbyeStaysTakenForALifespan)
+{
+    const auto comeAndGo = [this](int number) {
+        const bool isNew = hear(number, 1);
+        table_.onFarewell(uuid(number), address(1));
+        return isNew;
+    };
+    for (int i = 0; i < PeerBudget::kHosts; ++i)
+        ASSERT_TRUE(comeAndGo(1000 + i));
+    EXPECT_FALSE(comeAndGo(5000));
+    EXPECT_THAT(table_.hosts(), IsEmpty());
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_TRUE(until([&] { return comeAndGo(5001); }));
+    EXPECT_GE(clock.elapsed(), 4900);
 }
 
 TEST_F(HostTable, PingOfAnAddressIsToldWhenItIsAnotherOne)

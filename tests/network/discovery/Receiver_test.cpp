@@ -6,6 +6,8 @@
 #include "support/NamespaceTest.h"
 #include "support/until.h"
 
+#include <QUdpSocket>
+
 #include <gmock/gmock.h>
 
 namespace {
@@ -108,6 +110,53 @@ TEST_F(Hearing, IgnoresLoopback)
     otherLoopback.send(peer::beacon({.uuid = {2}}), "127.0.0.1");
     ASSERT_TRUE(hearsTheLastWord());
     EXPECT_THAT(heard_, IsEmpty());
+}
+
+TEST_F(Hearing, IgnoresLoopbackOfIPv6)
+{
+    listen();
+    {
+        const NetworkNamespace::Visit visit(*home_);
+        QUdpSocket mouth;
+        ASSERT_TRUE(mouth.bind(QHostAddress(QHostAddress::LocalHostIPv6)));
+        const peer::Bytes beacon = peer::beacon({.uuid = {1}});
+        ASSERT_EQ(mouth.writeDatagram(QByteArray::fromStdString(beacon),
+                                      QHostAddress(QHostAddress::LocalHostIPv6), kPort),
+                  static_cast<qint64>(beacon.size()));
+        say(peer::beacon({.uuid = {1}}).substr(0, 10));
+    }
+    ASSERT_TRUE(hearsTheLastWord());
+    EXPECT_THAT(heard_, IsEmpty());
+}
+
+TEST_F(Hearing, NoBeaconIsLongerThan512Bytes)
+{
+    listen();
+    const std::string name((512 - peer::beacon({.hostName = ""}).size()) / 2, 'n');
+    const peer::Bytes longest = peer::beacon({.uuid = {1}, .hostName = name});
+    say(longest + peer::Bytes(512 - longest.size(), 'x'));
+    say(longest + peer::Bytes(513 - longest.size(), 'x'));
+    say(peer::beacon({.uuid = {2}, .hostName = std::string(30000, 'n')}));
+    ASSERT_TRUE(hearsTheLastWord());
+    ASSERT_EQ(heard_.size(), 1U);
+    EXPECT_EQ(heard_[0].substr(0, 2), "01");
+}
+
+TEST_F(Hearing, ReadsOnWhenManyHaveSpokenAtOnce)
+{
+    listen();
+    const BeaconSocket mouth(*home_, "10.0.0.1");
+    // More than are read in one go; what the system's buffer drops is not ours to hear.
+    constexpr int kVoices = 600;
+    for (int i = 0; i < kVoices; ++i)
+        mouth.send(
+            peer::beacon({.uuid = {1, static_cast<std::uint8_t>(i / 256), static_cast<std::uint8_t>(i)}}),
+            "10.0.0.1");
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(until([this] {
+        say(peer::beacon({.uuid = peer::kHighestUuid, .message = "DISCOVERER_EXIT_"}));
+        return !left_.empty();
+    }));
 }
 
 TEST_F(Hearing, SharesThePortWithOtherProcesses)

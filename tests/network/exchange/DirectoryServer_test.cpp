@@ -88,7 +88,8 @@ TEST_F(DirectoryServer, AsksEveryConnectionForItsWay)
     RawPeer peer = RawPeer::connectTo(directoryPort());
     peer.receive(20);
     const std::string ping = peer.receive(44);
-    EXPECT_EQ(ping.substr(0, 36), wire::be32(1) + wire::kOwn + wire::kNobody);
+    EXPECT_EQ(ping.substr(0, 36),
+              wire::number32(1) + wire::uuidBytes(wire::kOwn) + wire::uuidBytes(wire::kNobody));
     peer.send(wire::ping(wire::kLower, wire::kNobody, 1));
     EXPECT_EQ(peer.receive(44).size(), 44U) << "one who does not answer is not dropped";
 }
@@ -147,6 +148,7 @@ TEST_F(DirectoryServer, AServiceConnectionBecomesAStreamOfItsHost)
 TEST_F(DirectoryServer, PacketsRightBehindTheOpeningAreNotLost)
 {
     announce(wire::kLower, 1);
+    RawPeer peer = identifiedPeer();
     RawPeer stream = RawPeer::connectTo(servicePort());
     stream.send(wire::serviceInfo(wire::kLower, "FileTransfer", 1) + wire::packet("one") +
                 wire::packet("two"));
@@ -159,6 +161,7 @@ TEST_F(DirectoryServer, PacketsRightBehindTheOpeningAreNotLost)
 TEST_F(DirectoryServer, TheOpeningOfAServiceConnectionMayComeByteByByte)
 {
     announce(wire::kLower, 1);
+    RawPeer peer = identifiedPeer();
     RawPeer stream = RawPeer::connectTo(servicePort());
     stream.sendSlowly(wire::serviceInfo(wire::kLower, "FileTransfer", 1) + wire::packet("slow"));
     const ServiceRef service = readyService(hosts_.at(0));
@@ -243,7 +246,7 @@ TEST_F(DirectoryServer, ASecondConnectionBetweenTheSameAddressesReplacesTheFirst
 
 TEST_F(DirectoryServer, AConnectionUnderTwoNamesLeavesBothDevices)
 {
-    const std::string other = wire::hex("00000000 0000 4000 8000 000000000002");
+    const wire::Uuid other = wire::kLowerToo;
     announce(wire::kLower, 1);
     announce(other, 1);
     RawPeer peer = identifiedPeer();
@@ -276,7 +279,8 @@ TEST_F(DirectoryServer, AnUnknownMessageIsIgnored)
 {
     RawPeer peer = RawPeer::connectTo(directoryPort());
     peer.receive(20);
-    peer.send(wire::be32(77) + wire::kLower + wire::ping(wire::kLower, wire::kNobody, 3));
+    peer.send(wire::number32(77) + wire::uuidBytes(wire::kLower) +
+              wire::ping(wire::kLower, wire::kNobody, 3));
     EXPECT_EQ(peer.receive(44), wire::ping(wire::kLower, wire::kOwn, 3));
 }
 
@@ -384,7 +388,8 @@ TEST_F(ServiceOfHigher, IsConnectedToWithAnOpeningThatNamesIt)
     offer();
     RawPeer stream = service_.accept();
     const std::string opening = stream.receive(20 + 4 + 24 + 2);
-    EXPECT_EQ(opening.substr(0, 48), wire::be32(0) + wire::kOwn + wire::text("FileTransfer"));
+    EXPECT_EQ(opening.substr(0, 48),
+              wire::number32(0) + wire::uuidBytes(wire::kOwn) + wire::text("FileTransfer"));
     const ServiceRef service = readyService(hosts_.at(0));
     EXPECT_EQ(service->port(), service_.port());
     EXPECT_TRUE(service->writePacket("question"));
@@ -440,7 +445,7 @@ TEST_F(ServiceOfHigher, IsIgnoredIfWeDoNotOfferItOurselves)
 
 TEST_F(ServiceOfHigher, OfAnUnknownDeviceIsIgnored)
 {
-    const std::string stranger = wire::hex("f0000000 0000 4000 8000 0000000000ee");
+    const wire::Uuid stranger = wire::kStranger;
     peer_->send(wire::serviceInfo(stranger, "FileTransfer", service_.port()));
     settle();
     EXPECT_FALSE(service_.hasPending());

@@ -10,7 +10,9 @@ ExchangeTest::ExchangeTest()
     : collector_(std::make_unique<ebo::GarbageCollection>()),
       discoverer_(ebo::makeRef<FakeDiscoverer>(wire::uuid(wire::kOwn))),
       calls_(std::make_shared<eboNetworkExchange::ThreadCalls>()),
-      exchange_(ebo::makeRef<NetworkExchange>(discoverer_, calls_))
+      exchange_(ebo::makeRef<NetworkExchange>(
+          discoverer_, calls_,
+          std::make_shared<eboDiscoverer::LocalAddresses>([this] { return ownAddresses_; })))
 {
     collector_->start();
     exchange_->start({{serviceName(), false}});
@@ -49,6 +51,28 @@ RawPeer ExchangeTest::streamOfLower(int from)
     RawPeer peer = RawPeer::connectTo(servicePort(), from);
     peer.send(wire::serviceInfo(wire::kLower, "FileTransfer", 1));
     return peer;
+}
+
+void ExchangeTest::hearBeacon(const FakeDiscoverer::HostRef& heard, const QHostAddress& from)
+{
+    heard->heardFrom(from);
+    // Beacons are gathered, and so are the looks at a host's connections: 70 ms in all.
+    constexpr int kLongEnoughMilliseconds = 150;
+    const QDeadlineTimer over(kLongEnoughMilliseconds);
+    EXPECT_TRUE(pumpUntil([&over] { return over.hasExpired(); }));
+}
+
+bool ExchangeTest::isAnswered(RawPeer& peer)
+{
+    const std::string question = wire::ping(wire::kLower, wire::kNobody, 77);
+    const std::string answer = wire::ping(wire::kLower, wire::kOwn, 77);
+    peer.send(question);
+    std::string heard;
+    return pumpUntil([&] {
+               heard += peer.received();
+               return heard.find(answer) != std::string::npos || peer.hasEnded();
+           }) &&
+           !peer.hasEnded();
 }
 
 ExchangeTest::ServiceRef ExchangeTest::readyService(const HostRef& host)

@@ -27,7 +27,7 @@ protected:
     [[nodiscard]] quint16 servicePort() const { return exchange_->serviceServers().first()->serverPort(); }
 
     /// A device with this uuid is heard at 127.0.0.1.
-    FakeDiscoverer::HostRef announce(const std::string& uuid, quint16 port)
+    FakeDiscoverer::HostRef announce(const wire::Uuid& uuid, quint16 port)
     {
         return discoverer_->announce(wire::uuid(uuid), port, {localhost()});
     }
@@ -42,9 +42,16 @@ protected:
     /// Waits until the host's service is there and ready.
     ServiceRef readyService(const HostRef& host);
 
+    /// A beacon of the device comes, and what follows from it has happened.
+    void hearBeacon(const FakeDiscoverer::HostRef& heard, const QHostAddress& from = localhost());
+
+    /// Whether the peer is still talked to: a question of its is answered.
+    [[nodiscard]] static bool isAnswered(RawPeer& peer);
+
     std::unique_ptr<ebo::GarbageCollection> collector_;
     ebo::refptr<FakeDiscoverer> discoverer_;
     std::shared_ptr<eboNetworkExchange::ThreadCalls> calls_;
+    eboDiscoverer::LocalAddresses::Entries ownAddresses_ = eboDiscoverer::LocalAddresses::listOfSystem();
     ebo::refptr<eboNetworkExchange::NetworkExchange> exchange_;
     QList<HostRef> hosts_;      // as the exchange tells of them
     int directorySockets_ = 0;  // likewise

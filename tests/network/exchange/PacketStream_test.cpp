@@ -15,12 +15,67 @@ namespace {
 using exchangetest::pumpUntil;
 using exchangetest::RawListener;
 using exchangetest::RawPeer;
-using exchangetest::wire::be32;
+using exchangetest::wire::number32;
 using exchangetest::wire::packet;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testsupport::LogCapture;
+
+/// A connected socket that takes and gives less than it is asked for.
+class StingySocket : public QTcpSocket {
+public:
+    StingySocket()
+    {
+        setSocketState(ConnectedState);
+        open(QIODevice::ReadWrite | QIODevice::Unbuffered);
+    }
+
+    [[nodiscard]] qint64 bytesAvailable() const override { return available_; }
+
+    qint64 takes_ = 0;
+    qint64 available_ = 0;
+
+protected:
+    qint64 writeData(const char* /*data*/, qint64 size) override { return std::min(takes_, size); }
+    qint64 readData(char* data, qint64 size) override
+    {
+        const qint64 given = std::min<qint64>(size, 2);
+        std::fill_n(data, given, '\0');
+        available_ = 0;
+        return given;
+    }
+};
+
+TEST(PacketStreamOnAStingySocket, SaysWhatWasNotSent)
+{
+    auto* const socket = new StingySocket;
+    PacketStream stream(socket);
+    const LogCapture log;
+    for (const auto& [takes, expected] :
+         {std::pair(3, "Failed to send packet size"), std::pair(4, "Failed to send packet"),
+          std::pair(8, "Failed to send packet")}) {
+        socket->takes_ = takes;
+        EXPECT_FALSE(stream.sendPacket("words"));
+        EXPECT_EQ(log.texts().back(),
+                  std::string("bool PacketStream::sendPacket(const QByteArray&) ") + expected);
+    }
+    socket->takes_ = 9;
+    EXPECT_TRUE(stream.sendPacket("words"));
+    EXPECT_EQ(log.texts().size(), 3U);
+}
+
+TEST(PacketStreamOnAStingySocket, SkipsASizeThatCannotBeRead)
+{
+    auto* const socket = new StingySocket;
+    PacketStream stream(socket);
+    const LogCapture log;
+    socket->available_ = 4;
+    stream.onReadyRead();
+    EXPECT_THAT(log.texts(), ElementsAre("Failed reading packet size. Skipping."));
+    EXPECT_EQ(log.entries()[0].type, QtCriticalMsg);
+    EXPECT_EQ(stream.packetsAvailable(), 0);
+}
 
 struct PacketStreamTest : testing::Test {
     PacketStreamTest()
@@ -116,7 +171,7 @@ TEST_F(PacketStreamTest, WhatCameBeforeTheStreamIsNotLost)
 TEST_F(PacketStreamTest, AnEmptyPacketWaitsForTheNextByte)
 {
     stream();
-    peer_->send(packet("first") + be32(0));
+    peer_->send(packet("first") + number32(0));
     EXPECT_THAT(packets(1), ElementsAre("first"));
     peer_->send(std::string(1, '\0'));  // the beginning of the next size
     EXPECT_THAT(packets(1), ElementsAre(""));
@@ -147,7 +202,7 @@ TEST_F(PacketStreamTest, OneOf65536BytesIsComplainedAboutAndSent)
 {
     const LogCapture log;
     EXPECT_TRUE(stream().sendPacket(QByteArray(65536, 'x')));
-    EXPECT_EQ(peer_->receive(65540), be32(65536) + std::string(65536, 'x'));
+    EXPECT_EQ(peer_->receive(65540), number32(65536) + std::string(65536, 'x'));
     ASSERT_EQ(log.entries().size(), 1U);
     EXPECT_EQ(log.entries()[0].text, "Invalidly large packet sent.");
     EXPECT_EQ(log.entries()[0].type, QtCriticalMsg);
@@ -157,8 +212,8 @@ TEST_F(PacketStreamTest, OneOf65536BytesIsComplainedAboutAndSent)
 TEST_F(PacketStreamTest, ARefusedSizeCostsItsFourBytes)
 {
     const LogCapture log;
-    peer_->send(be32(65535) + be32(65536) + be32(0x7fffffff) + be32(0xffffffff) + be32(0x80000000) +
-                packet("still here"));
+    peer_->send(number32(65535) + number32(65536) + number32(0x7fffffff) + number32(0xffffffff) +
+                number32(0x80000000) + packet("still here"));
     EXPECT_THAT(packets(1), ElementsAre("still here"));
     EXPECT_THAT(log.texts(),
                 ElementsAre("Invalidly large packet received.", "Invalidly large packet received.",
@@ -208,6 +263,45 @@ TEST_F(PacketStreamTest, AnErrorAndItsStateChangeMayBothTell)
     EXPECT_GE(lost_, 2);
     EXPECT_THAT(log.texts(), Contains(HasSubstr("Socket error: QAbstractSocket::RemoteHostClosedError , will "
                                                 "disconnect.")));
+}
+
+TEST_F(PacketStreamTest, OfManyThatComeAtOnceNoneIsLostWithTheConnection)
+{
+    stream();
+    std::string many;
+    constexpr int kPackets = 1000;  // more than one turn takes
+    for (int i = 0; i < kPackets; ++i)
+        many += packet("word");
+    peer_->send(many);
+    peer_->close();
+    EXPECT_TRUE(pumpUntil([this] { return stream().socket() == nullptr; }));
+    EXPECT_EQ(packets(kPackets).size(), static_cast<std::size_t>(kPackets));
+}
+
+TEST_F(PacketStreamTest, EmptyPacketsCostTheirPlaceToo)
+{
+    stream();
+    const std::string nothing(1U << 20U, '\0');
+    std::size_t sent = 0;
+    int idle = 0;
+    EXPECT_TRUE(pumpUntil([&] {
+        const std::size_t step = peer_->trySend(nothing);
+        sent += step;
+        idle = step == 0 ? idle + 1 : 0;
+        return idle > 30 || sent > (256U << 20U);
+    }));
+    EXPECT_LT(sent, 32U << 20U);
+    EXPECT_LT(stream().packetsAvailable(), 10000);
+}
+
+TEST_F(PacketStreamTest, IsReadOnlyWhenItShallBe)
+{
+    PacketStream paused(socket_, false);
+    peer_->send(packet("early"));
+    ASSERT_TRUE(pumpUntil([this] { return socket_->bytesAvailable() == 9; }));
+    EXPECT_EQ(paused.packetsAvailable(), 0);
+    paused.setReading(true);
+    EXPECT_EQ(paused.packetsAvailable(), 1);
 }
 
 TEST_F(PacketStreamTest, EndsTheConnectionWithItself)

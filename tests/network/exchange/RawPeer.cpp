@@ -165,9 +165,10 @@ bool RawPeer::isClosed()
     });
 }
 
-RawListener::RawListener() : descriptor_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+RawListener::RawListener(int at) : descriptor_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
     sockaddr_in address = loopback(0);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK - 1 + static_cast<std::uint32_t>(at));
     socklen_t size = sizeof address;
     constexpr int kBacklog = 64;
     require(::bind(descriptor_, reinterpret_cast<const sockaddr*>(&address), size) == 0, "bind");

@@ -34,6 +34,9 @@ public:
     /// What has arrived by now, without waiting.
     std::string received();
 
+    /// Whether the connection has ended, as far as was read.
+    [[nodiscard]] bool hasEnded() const { return ended_; }
+
     /// Waits until our end has closed the connection; what arrives meanwhile is dropped.
     [[nodiscard]] bool isClosed();
 
@@ -52,10 +55,11 @@ private:
     std::string arrived_;
 };
 
-/// Waits for connections on a port of 127.0.0.1 that the system chooses.
+/// Waits for connections on a port of 127.0.0.x that the system chooses.
 class RawListener {
 public:
-    RawListener();
+    /// @param at  last number of the address 127.0.0.x
+    explicit RawListener(int at = 1);
     ~RawListener();
     RawListener(const RawListener&) = delete;
     RawListener& operator=(const RawListener&) = delete;

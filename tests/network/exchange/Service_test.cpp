@@ -24,7 +24,11 @@ constexpr std::uint64_t kLongWay = 0xf000000000000000;
 /// A device with the lower uuid, which connects from several addresses.
 class Service : public ExchangeTest {
 protected:
-    Service() : heard_(announce(wire::kLower, 1)) {}
+    Service()
+        : heard_(discoverer_->announce(wire::uuid(wire::kLower), 1,
+                                       {localhost(), QHostAddress(QStringLiteral("127.0.0.2")),
+                                        QHostAddress(QStringLiteral("127.0.0.3"))}))
+    {}
 
     [[nodiscard]] HostRef host() const { return hosts_.at(0); }
     [[nodiscard]] ServiceRef service() { return readyService(host()); }
@@ -108,9 +112,10 @@ TEST_F(Service, CannotWriteWithoutAStream)
 
 TEST_F(Service, CannotWriteWithoutADirectoryConnection)
 {
-    RawPeer only = stream(1);
+    RawPeer only = streamOfLower();
+    const ServiceRef made = service();
     const LogCapture log;
-    EXPECT_FALSE(service()->writePacket("mail"));
+    EXPECT_FALSE(made->writePacket("mail"));
     EXPECT_THAT(log.texts(),
                 ElementsAre(kWrite + "failed because there is no lowest ping connection (Remote Id: "
                                      "QUuid(\"{00000000-0000-4000-8000-000000000001}\") )"));
@@ -132,9 +137,10 @@ TEST_F(Service, CannotWriteToADeviceThatHasGone)
 
 TEST_F(Service, AnEmptyPacketIsConsumedAndReadsAsNothing)
 {
+    RawPeer directory = identifiedPeer();
     RawPeer peer = stream(1);
     peer.send(wire::packet("") + wire::packet(""));
-    peer.send(wire::be32(0));  // lets the second one complete
+    peer.send(wire::number32(0));  // lets the second one complete
     ASSERT_TRUE(pumpUntil([this] { return service()->packetsAvailable(); }));
     EXPECT_EQ(service()->readPacket(), QByteArray());
     ASSERT_TRUE(pumpUntil([this] {
@@ -145,6 +151,7 @@ TEST_F(Service, AnEmptyPacketIsConsumedAndReadsAsNothing)
 
 TEST_F(Service, PacketsKeepTheirOrderWithinAStreamOnly)
 {
+    RawPeer directory = identifiedPeer();
     RawPeer first = stream(1);
     RawPeer second = stream(2);
     second.send(wire::packet("s1") + wire::packet("s2"));

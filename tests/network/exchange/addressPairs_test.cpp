@@ -8,7 +8,6 @@ using eboNetworkExchange::AddressPair;
 using eboNetworkExchange::addressPairs;
 using eboNetworkExchange::ExistingConnection;
 using eboNetworkExchange::isLocal;
-using eboNetworkExchange::localEntries;
 using eboNetworkExchange::LocalEntry;
 
 constexpr quint16 kPort = 4711;
@@ -87,11 +86,12 @@ TEST(AddressPairs, NullAddressesHaveNone)
     EXPECT_EQ(pairs({address("192.168.1.9")}, {}, {{address("192.168.1.2"), QHostAddress()}}), "");
 }
 
-TEST(LocalEntries, HaveTheLoopbackAddress)
+TEST(IsLocal, KnowsBothFormsOfAnAddress)
 {
-    EXPECT_TRUE(isLocal(address("127.0.0.1"), localEntries()));
-    EXPECT_TRUE(isLocal(address("::ffff:127.0.0.1"), localEntries()));
-    EXPECT_FALSE(isLocal(address("203.0.113.77"), localEntries()));
+    const QList<LocalEntry> entries{{address("127.0.0.1"), address("255.0.0.0")}};
+    EXPECT_TRUE(isLocal(address("127.0.0.1"), entries));
+    EXPECT_TRUE(isLocal(address("::ffff:127.0.0.1"), entries));
+    EXPECT_FALSE(isLocal(address("203.0.113.77"), entries));
 }
 
 }  // namespace

@@ -294,6 +294,42 @@ TEST(Network, ShowsThatItsThreadIsAliveIfAskedTo)
     QLoggingCategory::setFilterRules(QString());
 }
 
+TEST(Network, LeavesNothingBehindOfHundredsThatCameAndWent)
+{
+    const testsupport::LogCapture quiet;
+    const int threadsBefore = threads();
+    const int descriptorsBefore = descriptors();
+    {
+        World world;
+        world.join();
+        const quint16 port = world.network_->directoryPort();
+        QList<FakeDiscoverer::HostRef> heard;
+        std::vector<RawPeer> peers;
+        constexpr int kDevices = 300;
+        for (int i = 0; i < kDevices; ++i) {
+            wire::Uuid raw = wire::kLower;
+            raw.at(0) = static_cast<std::uint8_t>(i / 255);
+            raw.at(1) = static_cast<std::uint8_t>(i % 255 + 1);
+            heard.append(
+                world.discoverer_->announce(wire::uuid(raw), 1, {QHostAddress(QHostAddress::LocalHost)}));
+            peers.push_back(RawPeer::connectTo(port));
+            peers.back().send(wire::whois(raw));
+            EXPECT_EQ(peers.back().receive(20 + 50).size(), 70U) << "it is known and told of the service";
+        }
+        EXPECT_EQ(world.network_->hosts().size(), kDevices + 1);
+        for (const auto& host : heard)
+            world.discoverer_->lose(host);
+        EXPECT_TRUE(pumpUntil([&world] { return world.network_->hosts().size() == 1; }));
+        for (RawPeer& peer : peers)
+            EXPECT_TRUE(peer.isClosed());
+        EXPECT_TRUE(world.service_->writePacket("still here"));
+        world.end();
+    }
+    ebo::deliverDeferredDeletions();
+    EXPECT_EQ(threads(), threadsBefore);
+    EXPECT_EQ(descriptors(), descriptorsBefore);
+}
+
 TEST(Network, LeavesNothingBehind)
 {
     const auto rounds = [](int count) {

@@ -1,37 +1,36 @@
 #pragma once
 
+#include "network/peer/nfsWire.h"
+#include "network/peer/wire.h"
+
 #include <QUuid>
 
-#include <cstdint>
 #include <string>
 
-/// The bytes of the network as the tests see them, put together by hand.
+/// The bytes of the network as the tests of one process see them: those of a device of another make, and who
+/// takes part.
 namespace exchangetest::wire {
 
-std::string be16(std::uint16_t value);
-std::string be32(std::uint32_t value);
-std::string be64(std::uint64_t value);
-
-/// A text of ASCII letters as 32-bit byte length and big-endian UTF-16.
-std::string text(const std::string& ascii);
+using peer::number32;
+using peer::ping;
+using peer::serviceInfo;
+using peer::text;
+using peer::Uuid;
+using peer::uuidBytes;
+using peer::whois;
+using peer::nfs::packet;
 
 /// The bytes that a row of hexadecimal digits spells out; blanks are skipped.
 std::string hex(const std::string& digits);
 
-/// Who takes part: with lower and higher uuid than our own.
-extern const std::string kOwn;
-extern const std::string kLower;
-extern const std::string kHigher;
-extern const std::string kNobody;
+/// Our own, and with lower and higher uuid than that.
+inline constexpr Uuid kOwn{0x70, 0, 0, 0, 0, 0, 0x40, 0, 0x80, 0, 0, 0, 0, 0, 0, 0x07};
+inline constexpr Uuid kLower{0x00, 0, 0, 0, 0, 0, 0x40, 0, 0x80, 0, 0, 0, 0, 0, 0, 0x01};
+inline constexpr Uuid kLowerToo{0x00, 0, 0, 0, 0, 0, 0x40, 0, 0x80, 0, 0, 0, 0, 0, 0, 0x02};
+inline constexpr Uuid kHigher{0xf0, 0, 0, 0, 0, 0, 0x40, 0, 0x80, 0, 0, 0, 0, 0, 0, 0x0f};
+inline constexpr Uuid kStranger{0xf0, 0, 0, 0, 0, 0, 0x40, 0, 0x80, 0, 0, 0, 0, 0, 0, 0xee};
+inline constexpr Uuid kNobody{};
 
-/// 16 raw bytes as a QUuid.
-QUuid uuid(const std::string& raw);
-
-std::string whois(const std::string& sender);
-std::string serviceInfo(const std::string& sender, const std::string& serviceId, std::uint16_t port);
-std::string ping(const std::string& sender, const std::string& responder, std::uint64_t timeStamp);
-
-/// A packet of a service connection.
-std::string packet(const std::string& payload);
+QUuid uuid(const Uuid& octets);
 
 }  // namespace exchangetest::wire

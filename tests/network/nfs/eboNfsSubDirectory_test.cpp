@@ -1,6 +1,7 @@
 #include "network/nfs/eboNfsSubDirectory.h"
 
 #include "network/nfs/ServingTest.h"
+#include "network/nfs/servingLimits.h"
 
 #include <set>
 
@@ -76,7 +77,8 @@ protected:
     ebo::refptr<eboNfsSubDirectory> directory() const
     {
         return ebo::makeRef<eboNfsSubDirectory>(
-            urlOf(music()), eboUtils::file::DirectoryContentHandle(QByteArray::fromStdString(music())));
+            urlOf(music()), eboUtils::file::DirectoryContentHandle(QByteArray::fromStdString(music())),
+            std::make_shared<DirectoryWatch>());
     }
     static bool process(eboNfsSubDirectory& directory)
     {
@@ -251,6 +253,48 @@ TEST_F(SubDirectory, WatchingBeginsAnewWithANewListener)
     EXPECT_EQ(nextListing(*device, 4).size(), 2U);
     fs::remove(music() + "/two");  // as it was when it was last watched
     EXPECT_EQ(nextListing(*device, 4).size(), 1U);
+}
+
+TEST_F(SubDirectory, OneGuestTakesOneWatchOfTheSystemHoweverManyItListsAndOthersHaveTheirShare)
+{
+    constexpr int kMany = servingLimits::kMostWatchedOfHost + 20;
+    share();
+    makeFolders(kMany);
+    const auto pathOf = [](int number) {
+        const std::string name = "/music/folder" + std::to_string(number);
+        return std::u16string(name.begin(), name.end());
+    };
+    const auto greedy = join();
+    for (int i = 0; i < kMany; ++i) {
+        const auto object = static_cast<std::uint32_t>(i + 1);
+        ask(*greedy, object, pathOf(i));
+        EXPECT_TRUE(nextListing(*greedy, object).empty()) << "listing works beyond the share as well";
+    }
+    int watches = 0;
+    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        watches += fs::read_symlink(entry, gone) == "anon_inode:inotify" ? 1 : 0;
+    }
+    EXPECT_EQ(watches, 1);
+
+    put("folder" + std::to_string(kMany - 1) + "/unseen", {});
+    put("folder0/seen", {});
+    EXPECT_TRUE(nextListing(*greedy, 1).contains(u"seen"));
+    expectNothingMore(*greedy);
+
+    const auto modest = join(2);
+    ask(*modest, 7, pathOf(kMany - 1));
+    EXPECT_TRUE(nextListing(*modest, 7).contains(u"unseen"));
+    put("folder" + std::to_string(kMany - 1) + "/new", {});
+    EXPECT_TRUE(nextListing(*modest, 7).contains(u"new"));
+    EXPECT_TRUE(nextListing(*greedy, kMany).contains(u"new")) << "told to one, told to all who look there";
+
+    greedy->peer.send(directoryRelease(1));  // which gives a place back
+    expectNothingMore(*greedy);
+    ask(*greedy, 1000, pathOf(0));
+    EXPECT_TRUE(nextListing(*greedy, 1000).contains(u"seen"));
+    put("folder0/more", {});
+    EXPECT_TRUE(nextListing(*greedy, 1000).contains(u"more"));
 }
 
 TEST_F(SubDirectory, ManyChangesAtOnceAreAllSeenInTheEnd)

@@ -14,7 +14,7 @@ using testsupport::NetworkNamespace;
 using testsupport::until;
 
 DeviceProcess::DeviceProcess(const NetworkNamespace& place, const QStringList& options,
-                             const QString& loggingRules)
+                             const QString& loggingRules, int descriptors)
 {
     connect(&process_, &QProcess::readyReadStandardOutput, this, &DeviceProcess::onOutput);
     connect(&process_, &QProcess::readyReadStandardError, this,
@@ -24,8 +24,13 @@ DeviceProcess::DeviceProcess(const NetworkNamespace& place, const QStringList& o
     process_.setProcessEnvironment(environment);
     {
         const NetworkNamespace::Visit visit(place);
-        process_.start(QStringLiteral(TUNESIFT),
-                       QStringList{QStringLiteral("devices"), QStringLiteral("--json")} + options);
+        const QString limit =
+            descriptors > 0 ? QStringLiteral("ulimit -n %1 && ").arg(descriptors) : QString();
+        process_.start(QStringLiteral("/bin/sh"),
+                       QStringList{QStringLiteral("-c"), limit + QStringLiteral("exec \"$0\" \"$@\""),
+                                   QStringLiteral(TUNESIFT), QStringLiteral("devices"),
+                                   QStringLiteral("--json")} +
+                           options);
     }
     if (!until([this] { return !uuid_.isEmpty() || process_.state() == QProcess::NotRunning; }) ||
         uuid_.isEmpty())

@@ -21,8 +21,9 @@ class DeviceProcess : public QObject {
 public:
     /// Starts it; it has told its uuid and ports when this returns. Throws std::runtime_error if it does not.
     /// @param loggingRules  as in "ebo.network.*=true"
+    /// @param descriptors   as many as it may ever have open; 0 for as many as the test
     explicit DeviceProcess(const testsupport::NetworkNamespace& place, const QStringList& options = {},
-                           const QString& loggingRules = QString());
+                           const QString& loggingRules = QString(), int descriptors = 0);
     ~DeviceProcess() override;
 
     [[nodiscard]] const QString& uuid() const { return uuid_; }

@@ -114,7 +114,7 @@ protected:
                 wire.plug(places[i], QStringLiteral("eth0"), {QStringLiteral("10.0.0.%1/24").arg(i + 1)});
         }
         NetworkSwitch wire;
-        NetworkNamespace places[3];
+        NetworkNamespace places[4];  // the last one is plugged in by who needs it
     };
 
     std::unique_ptr<Net> net_;
@@ -292,6 +292,37 @@ TEST_F(Hostile, CrowdThatComesAndGoesLeavesNothingBehind)
 #else
     Q_UNUSED(kibibytes);
 #endif
+}
+
+TEST_F(Hostile, SilentPeersDoNotUseUpFewDescriptors)
+{
+    constexpr int kFew = 256;
+    device_ = std::make_unique<DeviceProcess>(net_->places[1], QStringList(), QString(), kFew);
+    port_ = device_->directoryPort();
+    DeviceProcess honest(net_->places[0]);
+    ASSERT_TRUE(until([&] { return areJoined(*device_, honest); }));
+    std::vector<PeerConnection> silent;
+    for (int i = 0; i < 2 * kFew; ++i)
+        silent.emplace_back(enemy(), "10.0.0.2", port_);
+    const BeaconSocket mouth(enemy(), "10.0.0.3");
+    QTimer choir;
+    int voice = 0;
+    QObject::connect(&choir, &QTimer::timeout, [&] {
+        peer::BeaconFields fields{.uuid = {0xff, static_cast<std::uint8_t>(++voice)}, .port = 9};
+        mouth.send(peer::beacon(fields));
+    });
+    choir.start(20);
+    constexpr int kTwoPings = 11000;  // milliseconds
+    QElapsedTimer clock;
+    clock.start();
+    ASSERT_TRUE(until([&] { return clock.hasExpired(kTwoPings); }));
+    EXPECT_LT(openDescriptors(), kFew / 2);
+    EXPECT_EQ(device_->timesGone(honest.uuid()), 0);
+    EXPECT_EQ(honest.timesGone(device_->uuid()), 0);
+    EXPECT_TRUE(areJoined(*device_, honest)) << device_->log().toStdString();
+    net_->wire.plug(net_->places[3], QStringLiteral("eth0"), {QStringLiteral("10.0.0.4/24")});
+    DeviceProcess newcomer(net_->places[3]);
+    EXPECT_TRUE(until([&] { return areJoined(*device_, newcomer); }));
 }
 
 TEST_F(WorldTest, DeviceWhosePortIsTakenIsMuteButAlive)

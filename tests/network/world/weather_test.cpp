@@ -1,8 +1,11 @@
 // Links that fail, lose and delay.
 
+#include "network/peer/BeaconSocket.h"
 #include "network/peer/FrameRelay.h"
 #include "network/world/WorldTest.h"
+#include "support/repetitions.h"
 
+#include <optional>
 #include <unistd.h>
 
 namespace {
@@ -44,6 +47,33 @@ TEST_F(Weather, LinkThatStaysDownLosesTheDeviceAndLinkThatComesUpBringsItBack)
     EXPECT_EQ(one.timesGone(two.uuid()), 1);
     EXPECT_EQ(two.timesGone(one.uuid()), 1);
     EXPECT_EQ(one.connectionsTo(two.uuid()), 1);
+}
+
+TEST_F(Weather, AfterEachOutageTheDevicesAreJoinedTwoSecondsAfterTheyHearEachOther)
+{
+    TwoPlaces places;
+    NetworkNamespace third;
+    places.wire.plug(third, QStringLiteral("eth0"), {QStringLiteral("10.0.0.3/24")});
+    const peer::BeaconSocket ear(third, "0.0.0.0", peer::kBeaconPort);
+    DeviceProcess one(places.a);
+    DeviceProcess two(places.b);
+    ASSERT_TRUE(until([&] { return areJoined(one, two); }));
+    for (int outage = 0; outage < testsupport::repetitions(20); ++outage) {
+        places.a.run(QStringLiteral("ip link set eth0 down"));
+        ASSERT_TRUE(until([&] { return !one.sees(two.uuid()) && !two.sees(one.uuid()); }));
+        while (ear.nextWaiting()) {
+        }
+        places.a.run(QStringLiteral("ip link set eth0 up"));
+        std::optional<std::chrono::system_clock::time_point> heard;
+        ASSERT_TRUE(until([&] {
+            while (const auto beacon = ear.nextWaiting()) {
+                if (beacon->from == "10.0.0.1" && !heard)
+                    heard = beacon->when;
+            }
+            return heard && areJoined(one, two);
+        }));
+        EXPECT_LE(std::chrono::system_clock::now() - *heard, std::chrono::seconds(2)) << outage;
+    }
 }
 
 TEST_F(Weather, OnePacketInTwentyMayBeLost)
