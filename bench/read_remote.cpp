@@ -39,7 +39,8 @@ int main(int argc, char** argv)
     collector.start();
     const auto factory = ebo::makeRef<eboNfsFileFactory>();
     FileSharing sharing;
-    sharing.bringUp(factory);
+    if (!sharing.bringUp(factory))
+        return 1;
     ebo::refptr<eboFile> file;
     while (!file) {
         QCoreApplication::processEvents();

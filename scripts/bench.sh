@@ -11,3 +11,4 @@ python3 bench/whole_process.py build/bin
 python3 bench/decoders.py build/bin
 [ "$(id -u)" -ne 0 ] || python3 bench/remote.py build/bin  # namespaces need root
 python3 bench/library.py build/bin
+python3 bench/many_runs.py build/bin/tunesift-worker

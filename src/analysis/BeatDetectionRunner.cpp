@@ -7,6 +7,7 @@
 #include "analysis/keyText.h"
 #include "analysis/reasonAgainst.h"
 #include "formats/eboAudioFormatReader.h"
+#include "runtime/EndAtOnce.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -14,6 +15,7 @@
 #include <QEvent>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace {
@@ -29,6 +31,11 @@ constexpr std::uint32_t kLongestFlush = 4U << 20;
 void warnOf(const QString& reason) { qWarning().noquote() << "Cannot analyse the track: it" << reason; }
 
 constexpr int kDefaultMinimumBpm = AnalysisPreferences{}.minimumBpm;
+
+struct ClosesAtEnd {
+    eboAudioFormatReader& reader;
+    ~ClosesAtEnd() { reader.close(); }
+};
 
 /// The lower end of the tempo range if it can be searched at this rate, otherwise the default: the fold of
 /// the tempo search needs a beat of at least 64 frames at the highest tempo it tries, and its tempi must
@@ -71,17 +78,72 @@ void BeatDetectionRunner::process(const QString& path, AnalysisPreferences analy
     QElapsedTimer timer;
     timer.start();
     Q_EMIT detectionStarted();
+    const End end = run(path, analysisPreferences, overviewSize);
+    isOver_ = true;
+    tell(end);
+    if (end.outcome == Outcome::kComplete)
+        qDebug() << "Analyzed" << path << "in" << static_cast<float>(timer.elapsed()) / 1000.0f << "seconds";
+}
 
+void BeatDetectionRunner::tell(const End& end)
+{
+    switch (end.outcome) {
+    case Outcome::kComplete:
+        Q_EMIT trackDataChunkProcessed(end.trackDataChunk);
+        QCoreApplication::processEvents();
+        Q_EMIT detectionFinished(end.bpm);
+        break;
+    case Outcome::kStopped:
+        Q_EMIT detectionStopped();
+        break;
+    case Outcome::kUnusable:
+        Q_EMIT detectionError();
+        break;
+    case Outcome::kTooShort:
+        Q_EMIT detectionError();
+        return;  // without finished: the thread stays up until RunThreads joins it
+    }
+    Q_EMIT finished();
+}
+
+/// The host may take an end for what it says: with a thousand short tracks after one another, what the
+/// collector has not come to yet would be files and memory of hundreds.
+BeatDetectionRunner::End BeatDetectionRunner::run(const QString& path,
+                                                  AnalysisPreferences analysisPreferences, int overviewSize)
+{
+    const ebo::EndAtOnce endAtOnce;
+    End end;
+    try {
+        end = analyze(path, analysisPreferences, overviewSize);
+    } catch (const std::bad_alloc&) {
+        warnOf(QStringLiteral("needs more memory than there is"));
+    }
+    letGo();
+    return end;
+}
+
+void BeatDetectionRunner::letGo()
+{
+    sampleBuffer_.reset();
+    if (const auto track = track_.promote())
+        track->closeReader();
+}
+
+BeatDetectionRunner::End
+BeatDetectionRunner::analyze(const QString& path, AnalysisPreferences analysisPreferences, int overviewSize)
+{
     const auto reader = createReader();
     if (!reader) {
+        if (stopFlag_->isRaised())
+            return {.outcome = Outcome::kStopped};
         qWarning() << "bool BeatDetectionRunner::createReader(const QString&, "
                       "ebo::refptr<eboAudioFormatReader>&)"
                    << "Failed to create a reader for file at:" << path;
-        Q_EMIT detectionError();
-        Q_EMIT finished();
-        return;
+        return {.outcome = Outcome::kUnusable};
     }
 
+    // The track may be on its way to the collector, and with it the reader that it keeps.
+    const ClosesAtEnd closesAtEnd{*reader};
     const std::uint32_t length = reader->length();
     const std::uint32_t sampleRate = reader->sampleRate();
     const auto analysis = ebo::makeRef<Analysis>(
@@ -96,28 +158,17 @@ void BeatDetectionRunner::process(const QString& path, AnalysisPreferences analy
     lastBlockSize_ = length - (length - 1) / kBlockSize * kBlockSize;
     if (length <= analysis->frameSize()) {
         warnOf(tooShortReason(length));
-        Q_EMIT detectionError();
-        return;  // without finished: the thread stays up until RunThreads joins it
+        return {.outcome = Outcome::kTooShort};
     }
 
     const Outcome outcome = analyzeBlocks(*reader, *analysis);
-    if (outcome != Outcome::kComplete) {
-        if (outcome == Outcome::kStopped)
-            Q_EMIT detectionStopped();
-        else
-            Q_EMIT detectionError();
-        Q_EMIT finished();
-        return;
-    }
-
-    Q_EMIT trackDataChunkProcessed(TrackDataChunk(reader->sampleRate(), reader->length(),
-                                                  analysis->loudness().peakLevel(),
-                                                  keyNumber(analysis->key()))
-                                       .serialize());
-    QCoreApplication::processEvents();
-    Q_EMIT detectionFinished(double{static_cast<float>(analysis->bpm())});
-    Q_EMIT finished();
-    qDebug() << "Analyzed" << path << "in" << static_cast<float>(timer.elapsed()) / 1000.0f << "seconds";
+    if (outcome != Outcome::kComplete)
+        return {.outcome = outcome};
+    return {.outcome = outcome,
+            .trackDataChunk = TrackDataChunk(reader->sampleRate(), reader->length(),
+                                             analysis->loudness().peakLevel(), keyNumber(analysis->key()))
+                                  .serialize(),
+            .bpm = double{static_cast<float>(analysis->bpm())}};
 }
 
 ebo::refptr<eboAudioFormatReader> BeatDetectionRunner::createReader()
@@ -125,11 +176,13 @@ ebo::refptr<eboAudioFormatReader> BeatDetectionRunner::createReader()
     const auto track = track_.promote();
     if (!track)
         return nullptr;
-    const auto reader = ebo::dynamicCast<eboAudioFormatReader>(track->createReader(true));
+    const auto reader = ebo::dynamicCast<eboAudioFormatReader>(
+        track->createReader(true, [flag = stopFlag_] { return flag->isRaised(); }));
     if (!reader)
         return nullptr;
     if (const auto reason = reasonAgainst(*reader)) {
         warnOf(*reason);
+        reader->close();
         return nullptr;
     }
     return reader;
@@ -160,6 +213,8 @@ BeatDetectionRunner::Outcome BeatDetectionRunner::analyzeBlocks(eboAudioFormatRe
 
         const std::uint32_t wanted = isLast ? lastBlockSize_ : kBlockSize;
         const std::uint32_t received = readBlock(reader, wanted);
+        if (received < wanted && stopFlag_->isRaised())
+            return Outcome::kStopped;  // the file has been told to give no more
         isLast = isLast || received < wanted;
         // Half a track must not pass for a whole one.
         if (reader.hasLostData()) {

@@ -12,6 +12,7 @@
 #include <QObject>
 #include <QString>
 
+#include <atomic>
 #include <cstdint>
 
 class Analysis;
@@ -20,9 +21,9 @@ class eboAudioFormatReader;
 /// Carries one analysis of one track from start to end: pulls the track from its reader block by block,
 /// hands each block to Analysis, and tells after each block what is new.
 ///
-/// Made on the main thread, then moved to the run's own thread, where all else happens. Never held by a
-/// refptr: it ends by deleteLater or through RunThreads.
-class BeatDetectionRunner : public QObject, public ebo::refcounted, public StatusCallbackInterface {
+/// Made on the main thread, then moved to the run's own thread, where all else happens. Belongs to an
+/// AnalysisRun, which deletes it when the thread has ended.
+class BeatDetectionRunner : public QObject, public StatusCallbackInterface {
     Q_OBJECT
 
 public:
@@ -34,6 +35,9 @@ public:
     BeatDetectionRunner(ebo::weakptr<ITrackData> track, SharedStopAnalysisFlag stopFlag);
     ~BeatDetectionRunner() override;
 
+    /// Whether the run has come to its end, in whatever way. Any thread.
+    [[nodiscard]] bool isOver() const noexcept { return isOver_; }
+
     /// From the last stage of beat analysis: adds to the progress and tells it, unless the run is to stop.
     bool addProgress(float amount) override;
 
@@ -42,7 +46,8 @@ public Q_SLOTS:
     void stopBeatDetection();
 
     /// The whole run. Ends with finished, except for a track that is not longer than one detector frame:
-    /// that one reports detectionError and leaves its thread up.
+    /// that one reports detectionError and leaves its thread up. Before any word of the end, the track's file
+    /// has been closed and the memory of the analysis given back.
     void process(const QString& path, AnalysisPreferences analysisPreferences, int overviewSize);
 
 Q_SIGNALS:
@@ -58,14 +63,26 @@ Q_SIGNALS:
     void highResolutionWaveChunkProcessed(QByteArray highResolutionWaveChunk);
 
 private:
-    enum class Outcome { kComplete, kStopped, kUnusable };
+    enum class Outcome { kComplete, kStopped, kUnusable, kTooShort };
 
+    /// What is left to tell of a run when nothing else of it is left.
+    struct End {
+        Outcome outcome = Outcome::kUnusable;
+        QByteArray trackDataChunk = {};  ///< The final one, of a complete run.
+        double bpm = 0.0;
+    };
+
+    End run(const QString& path, AnalysisPreferences analysisPreferences, int overviewSize);
+    End analyze(const QString& path, AnalysisPreferences analysisPreferences, int overviewSize);
+    void letGo();
+    void tell(const End& end);
     ebo::refptr<eboAudioFormatReader> createReader();
     Outcome analyzeBlocks(eboAudioFormatReader& reader, Analysis& analysis);
     std::uint32_t readBlock(eboAudioFormatReader& reader, std::uint32_t wanted);
     void emitNewChunks(Analysis& analysis);
     bool stopsNow();
 
+    std::atomic<bool> isOver_{false};
     bool stopRequested_ = false;
     const SharedStopAnalysisFlag stopFlag_;
     const ebo::weakptr<ITrackData> track_;

@@ -42,19 +42,27 @@ std::int64_t ITrackData::length()
     return reader ? std::int64_t{reader->length()} : 0;
 }
 
-ebo::refptr<eboFormatReader> ITrackData::createReader(bool allowCreation)
+ebo::refptr<eboFormatReader> ITrackData::createReader(bool allowCreation, const StopCheck& stopCheck)
 {
     const std::lock_guard guard(readerMutex_);
     if (reader_)
         return cloneOf(*reader_);
     if (!allowCreation)
         throw std::runtime_error("Reader creation not allowed here.");
-    return cachedReader();
+    return cachedReader(stopCheck);
 }
 
-ebo::refptr<eboAudioFormatReader> ITrackData::cachedReader()
+void ITrackData::closeReader()
+{
+    const std::lock_guard guard(readerMutex_);
+    if (const auto reader = std::exchange(reader_, nullptr))
+        reader->close();
+}
+
+ebo::refptr<eboAudioFormatReader> ITrackData::cachedReader(const StopCheck& stopCheck)
 {
     if (!reader_ && formats_)
-        reader_ = ebo::dynamicCast<eboAudioFormatReader>(formats_->createReader(path_));
+        reader_ =
+            ebo::dynamicCast<eboAudioFormatReader>(formats_->createReader(path_, {.stopCheck = stopCheck}));
     return reader_;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "analysis/AnalysisPreferences.h"
+#include "formats/StopCheck.h"
 #include "formats/eboAudioFormatReader.h"
 #include "formats/eboFileFormats.h"
 #include "formats/eboFormatReader.h"
@@ -34,8 +35,14 @@ public:
 
     /// A reader for a run: the track's own first one, after that clones of it, so that no two users share a
     /// read position. Null if the file cannot be read.
+    /// @param stopCheck  for the first reader: ends its making and all its reads once it says so
     /// @throws std::runtime_error if there is none yet and it may not be made
-    [[nodiscard]] virtual ebo::refptr<eboFormatReader> createReader(bool allowCreation);
+    [[nodiscard]] virtual ebo::refptr<eboFormatReader> createReader(bool allowCreation,
+                                                                    const StopCheck& stopCheck = {});
+
+    /// Closes the track's own first reader, which is also that of its run, and lets go of it. The next one is
+    /// made anew.
+    void closeReader();
 
     /// Starts the run on a thread of its own. False, with nothing started, if one was started before.
     virtual bool startBeatDetectionRunner(AnalysisPreferences preferences) = 0;
@@ -51,6 +58,8 @@ Q_SIGNALS:
     void detectionFinished(double bpm);
     void detectionProgress(double progress);
     void detectionError();
+    // Seven that belong to the interface of a track, and that this process has no reason to emit: these six,
+    // and trackChanged.
     void waveformDataChanged();
     void beatDataChanged();
     void renderingStarted();
@@ -64,7 +73,7 @@ Q_SIGNALS:
     void trackChanged();
 
 private:
-    ebo::refptr<eboAudioFormatReader> cachedReader();
+    ebo::refptr<eboAudioFormatReader> cachedReader(const StopCheck& stopCheck = {});
 
     const QString path_;
     const ebo::refptr<eboFileFormats> formats_;

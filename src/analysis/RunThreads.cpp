@@ -1,33 +1,45 @@
 #include "analysis/RunThreads.h"
 
-#include "analysis/BeatDetectionRunner.h"
-
 #include <utility>
+
+namespace {
+
+// For one idle run to end. What it is in the middle of, the reading of a slow file above all, may take
+// longer.
+constexpr unsigned long kPatienceMilliseconds = 200;
+
+}  // namespace
 
 RunThreads::~RunThreads() { joinAll(); }
 
-void RunThreads::start(std::unique_ptr<QThread> thread, std::unique_ptr<BeatDetectionRunner> runner,
-                       SharedStopAnalysisFlag stopFlag)
+bool RunThreads::start(const std::shared_ptr<AnalysisRun>& run)
 {
-    connect(this, &RunThreads::stopRequested, runner.get(), &BeatDetectionRunner::stopBeatDetection);
-    connect(thread.get(), &QObject::destroyed, this, [this](const QObject* gone) {
-        std::erase_if(runs_, [gone](const Run& run) { return run.thread == gone; });
+    if (count() >= kMostUp)
+        makeRoom();
+    if (!run->start()) {
+        makeRoom();
+        if (!run->start())
+            return false;
+    }
+    runs_.push_back(run);
+    connect(run->thread(), &QThread::finished, this, [this, weak = std::weak_ptr(run)] {
+        if (const auto ended = weak.lock()) {
+            ended->join();
+            std::erase(runs_, ended);
+        }
     });
-    runs_.push_back({thread.get(), runner.release(), std::move(stopFlag)});
-    thread.release()->start();
+    return true;
+}
+
+void RunThreads::makeRoom()
+{
+    std::erase_if(runs_, [](const auto& run) { return run->isIdle() && run->join(kPatienceMilliseconds); });
 }
 
 void RunThreads::joinAll()
 {
-    Q_EMIT stopRequested();
-    for (const Run& run : runs_)
-        run.stopFlag->raise();
-    for (const Run& run : runs_)
-        run.thread->quit();
-    for (const Run& run : std::exchange(runs_, {})) {
-        run.thread->wait();
-        // The runner is still there if its thread ended before the run began, or if the track was too short.
-        delete run.runner.data();
-        delete run.thread;
-    }
+    for (const auto& run : runs_)
+        run->stop();
+    for (const auto& run : std::exchange(runs_, {}))
+        run->join();
 }

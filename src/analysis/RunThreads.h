@@ -1,33 +1,31 @@
 #pragma once
 
-#include "analysis/StopAnalysisFlag.h"
+#include "analysis/AnalysisRun.h"
 
 #include <QObject>
-#include <QPointer>
-#include <QThread>
 
 #include <memory>
 #include <vector>
 
-class BeatDetectionRunner;
-
-/// The threads of all runs that have not come to their end: running ones, and those whose track was too
-/// short, which stay up without work until the process ends. Main thread only.
+/// All runs whose thread is up: running ones, and those whose track was too short, which stay up without
+/// work. Main thread only.
 ///
-/// A run that ends in the ordinary way takes its thread and runner with it and leaves this table by itself.
-/// Before the process ends, joinAll sees to all others.
+/// A run that ends in the ordinary way leaves this table by itself. Idle ones make room when the system, or
+/// this table, has none left for a new run; before the process ends, joinAll sees to all.
 class RunThreads : public QObject {
     Q_OBJECT
 
 public:
+    /// Threads that may be up before idle ones are ended for a new run. Far more than a host needs; a host
+    /// that replaces each run by the next as fast as it can write gets no further ahead of their ends.
+    static constexpr int kMostUp = 16;
+
     RunThreads() = default;
     ~RunThreads() override;
 
-    /// Starts the thread, on which `runner` lives already. Both end by themselves once the runner's and the
-    /// thread's signals say so, or in joinAll.
-    /// @param stopFlag  the cell that the runner polls
-    void start(std::unique_ptr<QThread> thread, std::unique_ptr<BeatDetectionRunner> runner,
-               SharedStopAnalysisFlag stopFlag);
+    /// Starts the thread of a run and takes the run in. False if the system has no thread to give; the run is
+    /// then left alone.
+    [[nodiscard]] bool start(const std::shared_ptr<AnalysisRun>& run);
 
     /// Threads that are still up.
     [[nodiscard]] int count() const noexcept { return static_cast<int>(runs_.size()); }
@@ -35,17 +33,8 @@ public:
     /// Tells every run to stop, joins all threads, and ends what they leave behind. Needs no event loop.
     void joinAll();
 
-Q_SIGNALS:
-    /// To every runner on its own thread.
-    void stopRequested();
-
 private:
-    struct Run {
-        QThread* thread;
-        QPointer<BeatDetectionRunner>
-            runner;  ///< The runner's own thread may delete it: looked at after the join only.
-        SharedStopAnalysisFlag stopFlag;
-    };
+    void makeRoom();
 
-    std::vector<Run> runs_;
+    std::vector<std::shared_ptr<AnalysisRun>> runs_;
 };

@@ -1,15 +1,15 @@
 #pragma once
 
+#include "analysis/AnalysisRun.h"
 #include "analysis/ITrackData.h"
 #include "analysis/RunThreads.h"
-#include "analysis/StopAnalysisFlag.h"
 
-#include <QThread>
+#include <memory>
 
 /// The track of one run: starts a BeatDetectionRunner on a thread of its own and relays what it reports.
 ///
 /// The runner holds the track only weakly, so the track may die in the middle of a run; the run is then told
-/// to stop. Runner and thread end by themselves or, at exit, through RunThreads.
+/// to stop. Its thread is the affair of RunThreads.
 class TunesiftTrackData : public ITrackData {
     Q_OBJECT
 
@@ -19,15 +19,15 @@ public:
 
     bool startBeatDetectionRunner(AnalysisPreferences preferences) override;
     void stopBeatDetectionRunner() override;
-    [[nodiscard]] bool isBeatDetectionRunning() const override { return thread_ != nullptr; }
+    [[nodiscard]] bool isBeatDetectionRunning() const override { return run_ && run_->hasStarted(); }
 
 Q_SIGNALS:
     /// To the runner on its thread.
     void startBeatDetectionRunner(QString path, AnalysisPreferences analysisPreferences, int overviewSize);
-    void runnerStopRequested();
 
 private:
+    void relay(const BeatDetectionRunner& runner);
+
     RunThreads& runThreads_;
-    const SharedStopAnalysisFlag stopFlag_;
-    QThread* thread_ = nullptr;  ///< Of the run once started; only ever compared with null.
+    std::shared_ptr<AnalysisRun> run_;  ///< Null before the start.
 };

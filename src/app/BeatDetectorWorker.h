@@ -3,28 +3,28 @@
 #include "analysis/ITrackData.h"
 #include "analysis/ITrackDataFactory.h"
 #include "analysis/RunThreads.h"
+#include "app/HostConnection.h"
+#include "app/WaitingStarts.h"
 #include "formats/eboFileFormats.h"
 #include "network/nfs/FileSharing.h"
 #include "network/nfs/eboNfsFileFactory.h"
 #include "runtime/refptr.h"
 
 #include <QByteArray>
-#include <QList>
 #include <QObject>
-#include <QTcpSocket>
 #include <QTimer>
 
 #include <cstdint>
 
-/// The control object of the process: owns the connection to the host, turns its commands into runs, and
-/// relays to it what a run reports. It analyses nothing itself. Main thread only.
+/// The control object of the process: turns the host's commands into runs, and relays to the host what a run
+/// reports. It analyses nothing itself. Main thread only.
 ///
 /// A track on another device brings the network up for the length of its run. Its start waits, without a
 /// limit and without a word to the host, until the device is found; a further start of that kind is lost
 /// meanwhile.
 ///
-/// A second start while a run goes on replaces the run: the old track dies and so tells its run to stop, and
-/// what that run still reports reaches nobody.
+/// A second start while a run goes on replaces the run: the old one is told to stop, and what it still
+/// reports reaches nobody.
 class BeatDetectorWorker : public QObject {
     Q_OBJECT
 
@@ -42,8 +42,7 @@ Q_SIGNALS:
     void finished();
 
 private Q_SLOTS:
-    void onSocketConnected();
-    void onReadyRead();
+    void onCommand(quint32 id, const QByteArray& payload);
     void onDetectionProgress(double progress);
     void onDetectionStopped();
     void onDetectionError();
@@ -55,27 +54,23 @@ private Q_SLOTS:
     void onNetworkWaitTimer();
 
 private:
-    /// @return 1 if the run has begun, 0 if its file is not known yet
+    void onStart(const QByteArray& payload);
+
+    /// @return 1 if the run has begun, or has ended at once, 0 if its file is not known yet
     int startAnalysis(const QByteArray& payload);
-    [[nodiscard]] bool isReachable(const QString& netPath, const QByteArray& payload);
-    void relayTrack();
-    void unrelayTrack();
+    void begin(const QString& path, AnalysisPreferences preferences);
+    void fail();
+    void replaceTrack(ebo::refptr<ITrackData> track);
+    template <typename Signal, typename Slot>
+    void relay(Signal signal, Slot slot);
     void endRun();
-    void send(quint32 messageId, const QByteArray& payload = {});
 
-    void holdSegments();
-    void releaseSegments();
-
-    QTcpSocket* const socket_;
+    HostConnection host_;
     const ebo::refptr<eboNfsFileFactory> fileFactory_;
     const ebo::refptr<eboFileFormats> fileFormats_;
     ebo::refptr<ITrackData> trackData_;  ///< Of the current run, or null.
     const ebo::refptr<ITrackDataFactory> trackDataFactory_;
     FileSharing fileSharing_;  ///< Up for the length of one run on a net path.
     QTimer networkWaitTimer_;
-    QList<QByteArray> pendingCommands_;  ///< Starts that wait for the network.
-    const std::uint32_t streamTag_ = 0;
-    bool isSending_ = false;
-    bool commandsWait_ = false;  ///< Arrived in the middle of a send.
-    bool segmentsAreHeld_ = false;
+    WaitingStarts pendingCommands_;  ///< For the network.
 };

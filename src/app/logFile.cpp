@@ -16,6 +16,8 @@ QString& logFileName()
 
 void appendToLogFile(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
+    if (logFileName().isEmpty())
+        return;  // Qt itself would have a complaint about each line, on standard error
     QFile file(logFileName());
     if (file.open(QIODevice::Append))
         file.write((qFormatLogMessage(type, context, message) + QStringLiteral("\r\n")).toUtf8());

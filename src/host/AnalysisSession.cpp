@@ -78,8 +78,12 @@ void AnalysisSession::onMessage(const Message& message)
     sinceWord_.start();
     if (const auto* progress = std::get_if<Progress>(&message))
         Q_EMIT progressed(progress->share);
-    if (const auto* info = std::get_if<TrackInfo>(&message))
+    if (const auto* info = std::get_if<TrackInfo>(&message)) {
         allowFor(*info);
+        silenceTimer_.start(allowedSilence());
+    } else if (isRunning() && run_->isOpening()) {
+        silenceTimer_.stop();  // a large file on a slow link opens slowly, without a word, and is alive
+    }
     Q_EMIT messageReceived(message);
     if (isRunning() && run_->isOver())
         finish({});

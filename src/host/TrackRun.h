@@ -21,6 +21,9 @@ public:
     /// True once the worker has begun with this track.
     [[nodiscard]] bool hasStarted() const noexcept { return started_; }
 
+    /// True while the worker opens the track: it has begun, and has not said yet what the track is.
+    [[nodiscard]] bool isOpening() const noexcept { return started_ && !info_ && !over_; }
+
     /// True once Finished, Stopped or Error has come. What comes after it does not count.
     [[nodiscard]] bool isOver() const noexcept { return over_; }
 

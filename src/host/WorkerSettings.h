@@ -11,7 +11,8 @@ namespace tunesift::host {
 inline constexpr std::chrono::milliseconds kConnectTimeout{10000};
 
 /// A running worker speaks after every block of the track, several times a second. The longest pause, the
-/// opening of a large file on slow storage or the search for the tempo of hours of music, takes seconds.
+/// search for the tempo of hours of music, takes seconds. While it opens a track, only that track's own time
+/// counts: large files on slow links take theirs.
 inline constexpr std::chrono::milliseconds kSilenceTimeout{60000};
 
 /// A worker that was told to quit ends with its event loop, at once; if it has not by then it is killed.

@@ -29,6 +29,8 @@ ErrorKind rejectionKind(const QString& reason)
         return ErrorKind::kTooShort;
     if (reason.startsWith(QLatin1String("it is too long")))
         return ErrorKind::kTooLong;
+    if (reason.startsWith(QLatin1String("it needs more memory")))
+        return ErrorKind::kOutOfMemory;
     return ErrorKind::kRejected;
 }
 

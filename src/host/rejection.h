@@ -11,7 +11,8 @@ namespace tunesift::host {
 /// failed run has no room for a reason. Empty if it logged none, as when its log goes into a file.
 [[nodiscard]] QString rejectionReason(const QByteArray& standardError);
 
-/// What a track failed of by such a reason: kUnreadable, kTooShort, kTooLong, or kRejected for all others.
+/// What a track failed of by such a reason: kUnreadable, kTooShort, kTooLong,
+/// kOutOfMemory, or kRejected for all others.
 [[nodiscard]] ErrorKind rejectionKind(const QString& reason);
 
 }  // namespace tunesift::host

@@ -1,6 +1,7 @@
 #include "runtime/GarbageCollection.h"
 
-#include "runtime/Irefcounted.h"
+#include "runtime/deferredDeletions.h"
+#include "runtime/destroyNow.h"
 
 #include <boost/thread.hpp>
 

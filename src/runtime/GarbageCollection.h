@@ -10,24 +10,6 @@ namespace ebo {
 
 class Irefcounted;
 
-/// Ends an object whose last count lies in `slot`, and leaves the slot null. If somebody has taken a new
-/// reference meanwhile, only the slot's count goes and the object lives on.
-///
-/// A QObject that lives on another, running thread is left to that thread by deleteLater; with
-/// `mainThreadDirect` an object of the application's main thread is destroyed here all the same. Everything
-/// else is destroyed here.
-/// @return whether the object ended (or was told to)
-bool destroyNow(Irefcounted*& slot, bool mainThreadDirect);
-
-/// What a refptr does with the last count of an object: the collector gets it. Without a collector, before
-/// it was made or after it has gone, the object ends at once on the calling thread. Any thread.
-void handToCollector(Irefcounted* lastCount);
-
-/// Delivers the main thread's deferred deletions (QObject::deleteLater) until none is left, also those that
-/// arise on the way. For the time when its event loop does not run any more; on other threads, which deliver
-/// their own as they end, and without an application it does nothing.
-void deliverDeferredDeletions();
-
 /// The thread on which objects end that have lost their last reference. One per process: made and started
 /// before any other object of the system, destroyed by main after all other threads have been joined.
 ///

@@ -1,4 +1,4 @@
-#include "runtime/GarbageCollection.h"
+#include "runtime/deferredDeletions.h"
 
 #include <QCoreApplication>
 #include <QEvent>

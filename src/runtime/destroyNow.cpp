@@ -1,4 +1,6 @@
-#include "runtime/GarbageCollection.h"
+#include "runtime/destroyNow.h"
+
+#include "runtime/HomeThread.h"
 #include "runtime/Irefcounted.h"
 #include "runtime/WeakRecord.h"
 
@@ -27,6 +29,18 @@ bool lastCountGoes(Irefcounted& object)
     return last;
 }
 
+/// @return false if the object is to be destroyed on the calling thread
+bool leaveToItsThread(QObject& object, bool mainThreadDirect)
+{
+    const auto held = HomeThread::hold();
+    const QThread* home = object.thread();
+    const bool elsewhere = home != nullptr && home != QThread::currentThread() && home->isRunning();
+    if (!elsewhere || (mainThreadDirect && isMainThread(home)))
+        return false;
+    object.deleteLater();
+    return true;
+}
+
 }  // namespace
 
 bool destroyNow(Irefcounted*& slot, bool mainThreadDirect)
@@ -34,25 +48,11 @@ bool destroyNow(Irefcounted*& slot, bool mainThreadDirect)
     Irefcounted* object = std::exchange(slot, nullptr);
     if (object == nullptr || !lastCountGoes(*object))
         return false;
-
-    if (auto* qtObject = dynamic_cast<QObject*>(object)) {
-        QThread* home = qtObject->thread();
-        const bool elsewhere = home != nullptr && home != QThread::currentThread() && home->isRunning();
-        if (elsewhere && !(mainThreadDirect && isMainThread(home))) {
-            qtObject->deleteLater();
-            return true;
-        }
-    }
+    if (auto* qtObject = dynamic_cast<QObject*>(object);
+        qtObject && leaveToItsThread(*qtObject, mainThreadDirect))
+        return true;
     delete object;
     return true;
-}
-
-void handToCollector(Irefcounted* lastCount)
-{
-    if (GarbageCollection* collector = GarbageCollection::instance())
-        collector->collect(lastCount);
-    else
-        destroyNow(lastCount, true);
 }
 
 }  // namespace ebo

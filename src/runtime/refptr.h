@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/GarbageCollection.h"
+#include "runtime/handToCollector.h"
 #include "runtime/refcounted.h"
 
 #include <cassert>

@@ -13,7 +13,7 @@ struct Scheduling {
 };
 
 /// The scheduling for one of our priority levels. Levels up to 8 are all the same to the system; from 9 on a
-/// thread is real-time, with at most `fifoTop` as its priority.
+/// thread is real-time, with at most 49 as its priority.
 /// @param fifoMinimum, fifoMaximum  the system's limits for SCHED_FIFO
 [[nodiscard]] Scheduling schedulingFor(int level, int fifoMinimum, int fifoMaximum) noexcept;
 

@@ -19,12 +19,25 @@ struct FakeTrack {
 
     bool isGone = false;  ///< No further reader can be made.
     int readers = 0;      ///< Made so far.
+
+    int living = 0;  ///< Readers that have not ended.
+    int closed = 0;  ///< Calls of close.
+
+    bool hasLostData = false;  ///< The file has gone away.
+
+    /// Called as the first reader is made, with what its maker has to ask. False: there is none.
+    std::function<bool(const StopCheck& stopCheck)> onOpen = {};
 };
 
 /// A mono reader that plays a constant of 0.25 for as long as there are frames.
 class FakeReader : public eboAudioFormatReader {
 public:
-    explicit FakeReader(std::shared_ptr<FakeTrack> track) : track_(std::move(track)) { ++track_->readers; }
+    explicit FakeReader(std::shared_ptr<FakeTrack> track) : track_(std::move(track))
+    {
+        ++track_->readers;
+        ++track_->living;
+    }
+    ~FakeReader() override { --track_->living; }
 
     ebo::refptr<eboFormatReader> clone() override
     {
@@ -32,7 +45,8 @@ public:
             throw FileUnsupported("FAKE");
         return ebo::makeRef<FakeReader>(track_);
     }
-    void close() override {}
+    void close() override { ++track_->closed; }
+    [[nodiscard]] bool hasLostData() const override { return track_->hasLostData; }
     [[nodiscard]] std::uint32_t channelCount() const override { return 1; }
     [[nodiscard]] std::uint32_t sampleRate() const override { return track_->sampleRate; }
     [[nodiscard]] int encoderDelay() const override { return 0; }
@@ -68,7 +82,9 @@ inline ebo::refptr<eboFileFormats> formatsThatPlay(const std::shared_ptr<FakeTra
     entry.extensions = QStringLiteral("fake");
     entry.canRead = [](const QString& /*path*/) { return true; };
     entry.createReader = [track](const QString& /*path*/, const ebo::refptr<eboFileFactory>& /*factory*/,
-                                 const DecodingOptions& /*options*/) {
+                                 const DecodingOptions& options) {
+        if (track->onOpen && !track->onOpen(options.stopCheck))
+            return ebo::refptr<eboFormatReader>();
         return ebo::refptr<eboFormatReader>(ebo::makeRef<FakeReader>(track));
     };
     return ebo::makeRef<eboFileFormats>(ebo::refptr<eboFileFactory>(), std::vector{entry});

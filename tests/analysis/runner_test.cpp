@@ -5,6 +5,7 @@
 #include "FakeReader.h"
 #include "runtime/GarbageCollection.h"
 #include "support/LogCapture.h"
+#include "support/eventually.h"
 
 #include <QCoreApplication>
 #include <QDataStream>
@@ -15,7 +16,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <future>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -24,6 +27,7 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::StartsWith;
+using testsupport::eventually;
 
 /// One track of a fake reader, run on a real thread; what it signals is written down as words.
 class Runner : public testing::Test {
@@ -45,6 +49,7 @@ protected:
         const auto write = [this](const char* word) {
             return [this, word] {
                 words_.emplace_back(word);
+                livingAtEnd_ = fake_->living;
                 if (std::string(word) == "stopped" || std::string(word) == "error")
                     ended_.quit();
             };
@@ -63,6 +68,7 @@ protected:
         QObject::connect(track, &ITrackData::detectionFinished, &ended_, [this](double bpm) {
             words_.emplace_back("finished");
             bpm_ = bpm;
+            livingAtEnd_ = fake_->living;
             ended_.quit();
         });
     }
@@ -96,6 +102,7 @@ protected:
     std::vector<QByteArray> facts_;
     std::vector<double> progress_;
     double bpm_ = 0;
+    int livingAtEnd_ = -1;  ///< Readers, when the last word came.
 };
 
 TEST_F(Runner, ReportsAWholeRunInOrderAndItsThreadGoes)
@@ -341,6 +348,134 @@ TEST_F(Runner, WithoutItsTrackThereIsNoReader)
     const testsupport::LogCapture log;
     runner.process(QStringLiteral("/some.fake"), {}, 1024);
     EXPECT_THAT(told, ElementsAre("error", "finished"));
+}
+
+using Blocks = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
+
+TEST_F(Runner, ATrackIsReadInBlocksOf16384FramesAndTheRest)
+{
+    for (const auto& [length, expected] : {std::pair<std::uint32_t, Blocks>{16383, {{0, 16383}}},
+                                           {16384, {{0, 16384}}},
+                                           {16385, {{0, 16384}, {16384, 1}}},
+                                           {32768, {{0, 16384}, {16384, 16384}}},
+                                           {32769, {{0, 16384}, {16384, 16384}, {32768, 1}}}}) {
+        Blocks blocks;
+        makeTrack({.length = length, .delivered = length, .onRead = [&blocks](auto, auto first, auto frames) {
+                       blocks.emplace_back(first, frames);
+                   }});
+        run();
+        EXPECT_EQ(words_.back(), "finished");
+        EXPECT_EQ(blocks, expected) << length << " frames";
+    }
+}
+
+TEST_F(Runner, AFileThatGoesAwayIsAnErrorWhateverItStillGives)
+{
+    const testsupport::LogCapture log;
+    makeTrack({.length = 50000, .delivered = 50000, .onRead = [this](auto, auto first, auto) {
+                   fake_->hasLostData = first == 16384;
+               }});
+    run();
+    EXPECT_THAT(words_, ElementsAre("started", "facts", "beats", "error"));
+    EXPECT_TRUE(log.contains("Cannot analyse the track: it could not be read beyond frame 32768 of 50000"));
+    waitForThreads(0);
+}
+
+TEST_F(Runner, ItsFileIsClosedWhenItsEndIsTold)
+{
+    for (const auto& [track, end] : {std::pair<FakeTrack, const char*>{{}, "finished"},
+                                     {{.length = 70, .delivered = 70}, "error"},
+                                     {{.length = 0}, "error"}}) {
+        makeTrack(track);
+        run();
+        EXPECT_EQ(words_.back(), end);
+        EXPECT_EQ(livingAtEnd_, 0) << end;
+        EXPECT_GE(fake_->closed, 1) << end;
+        EXPECT_EQ(fake_->readers, 1);
+    }
+}
+
+TEST_F(Runner, AStoppedRunClosesItsFileFirst)
+{
+    makeTrack({.length = 200000, .delivered = 200000, .onRead = [this](auto, auto frame, auto) {
+                   if (frame == 16384U)
+                       track_->stopBeatDetectionRunner();
+               }});
+    run();
+    EXPECT_EQ(words_.back(), "stopped");
+    EXPECT_EQ(livingAtEnd_, 0);
+}
+
+TEST_F(Runner, AStopWhileTheFileIsOpenedEndsTheRun)
+{
+    makeTrack({.onOpen = [this](const StopCheck& stopCheck) {
+        QMetaObject::invokeMethod(
+            &ended_, [this] { track_->stopBeatDetectionRunner(); }, Qt::QueuedConnection);
+        EXPECT_TRUE(eventually([&] { return stopCheck(); }));
+        return false;
+    }});
+    run();
+    EXPECT_THAT(words_, ElementsAre("started", "stopped"));
+    waitForThreads(0);
+}
+
+TEST_F(Runner, TheEndOfTheProcessIsSeenWhileAFileIsOpened)
+{
+    std::promise<void> opening;
+    makeTrack({.onOpen = [&](const StopCheck& stopCheck) {
+        opening.set_value();
+        EXPECT_TRUE(eventually([&] { return stopCheck(); }));
+        return false;
+    }});
+    ASSERT_TRUE(track_->startBeatDetectionRunner({}));
+    opening.get_future().wait();
+    runThreads_.joinAll();
+    EXPECT_EQ(runThreads_.count(), 0);
+}
+
+TEST_F(Runner, AReadThatAStopCutsShortIsNoEndOfTheTrack)
+{
+    makeTrack({.length = 100000, .delivered = 100000, .onRead = [this](auto, auto frame, auto) {
+                   if (frame != 16384U)
+                       return;
+                   track_->stopBeatDetectionRunner();
+                   fake_->delivered = 20000;
+               }});
+    run();
+    EXPECT_THAT(words_, ElementsAre("started", "facts", "beats", "stopped")) << "no waves of a rest unheard";
+}
+
+TEST_F(Runner, WithoutMemoryTheRunEndsInAnError)
+{
+    const testsupport::LogCapture log;
+    makeTrack({.onRead = [](auto, auto, auto) { throw std::bad_alloc(); }});
+    run();
+    EXPECT_THAT(words_, ElementsAre("started", "facts", "error"));
+    EXPECT_EQ(livingAtEnd_, 0);
+    EXPECT_TRUE(log.contains("Cannot analyse the track: it needs more memory than there is"));
+    waitForThreads(0);
+}
+
+TEST_F(Runner, ParkedThreadsMakeRoomForNewRuns)
+{
+    for (int run = 0; run < 3 * RunThreads::kMostUp; ++run) {
+        makeTrack({.length = 70, .delivered = 70});
+        this->run();
+        EXPECT_LE(runThreads_.count(), RunThreads::kMostUp);
+    }
+    makeTrack({});
+    run();
+    EXPECT_EQ(words_.back(), "finished");
+}
+
+TEST_F(Runner, StoppedRunsMakeRoomForNewOnes)
+{
+    for (int run = 0; run < 10 * RunThreads::kMostUp; ++run) {
+        makeTrack({.length = 2000000000U, .delivered = 2000000000U});
+        ASSERT_TRUE(track_->startBeatDetectionRunner({}));
+        track_->stopBeatDetectionRunner();
+        EXPECT_LE(runThreads_.count(), RunThreads::kMostUp);
+    }
 }
 
 }  // namespace

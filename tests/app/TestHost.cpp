@@ -3,11 +3,14 @@
 #include "app/protocol/eboOfflineAnalysisProtocol.h"
 #include "app/protocol/messageIds.h"
 
+#include <QBuffer>
 #include <QtEndian>
 
 #include <gtest/gtest.h>
 
 #include <unistd.h>
+
+#include <sys/socket.h>
 
 using namespace eboOfflineAnalysisProtocol;
 
@@ -46,6 +49,14 @@ void TestHost::startWorker(const QStringList& environment, bool mayReadEverythin
     ASSERT_TRUE(server_.waitForNewConnection(kHangMilliseconds)) << "the worker does not connect";
     socket_.reset(server_.nextPendingConnection());
     socket_->setParent(nullptr);
+}
+
+QByteArray TestHost::frame(std::uint32_t id, const QByteArray& payload)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    sendMessage(&buffer, 0, id, payload);
+    return buffer.data();
 }
 
 void TestHost::send(std::uint32_t id, const QByteArray& payload)
@@ -127,7 +138,7 @@ std::optional<int> TestHost::exitStatus()
         ADD_FAILURE() << "the worker does not end";
         return std::nullopt;
     }
-    const QByteArray errors = workerErrorOutput();
+    const QByteArray& errors = workerErrorOutput();
     if (process_->exitStatus() != QProcess::NormalExit) {
         ADD_FAILURE() << "the worker crashed: " << errors.toStdString();
         return std::nullopt;
@@ -139,7 +150,24 @@ std::optional<int> TestHost::exitStatus()
 
 qint64 TestHost::workerPid() const { return process_->processId(); }
 
-QByteArray TestHost::workerErrorOutput() { return process_->readAllStandardError(); }
+const QByteArray& TestHost::workerErrorOutput() { return errorOutput_ += process_->readAllStandardError(); }
+
+bool TestHost::waitForErrorOutput(const char* text)
+{
+    process_->setReadChannel(QProcess::StandardError);
+    while (!workerErrorOutput().contains(text)) {
+        if (!process_->waitForReadyRead(kHangMilliseconds))
+            return false;
+    }
+    return true;
+}
+
+void TestHost::takeInLittle()
+{
+    constexpr int kBytes = 4096;
+    ::setsockopt(static_cast<int>(server_.socketDescriptor()), SOL_SOCKET, SO_RCVBUF, &kBytes,
+                 sizeof(kBytes));
+}
 
 std::vector<std::uint32_t> ids(const std::vector<Message>& messages)
 {

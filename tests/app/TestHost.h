@@ -31,6 +31,9 @@ public:
     /// @param mayReadEverything  false takes that right of root's from it, if we are root
     void startWorker(const QStringList& environment = {}, bool mayReadEverything = true);
 
+    /// The bytes of a command.
+    [[nodiscard]] static QByteArray frame(std::uint32_t id, const QByteArray& payload = {});
+
     void send(std::uint32_t id, const QByteArray& payload = {});
     void sendBytes(const QByteArray& bytes);
 
@@ -57,12 +60,21 @@ public:
     std::optional<int> exitStatus();
 
     [[nodiscard]] qint64 workerPid() const;
-    [[nodiscard]] QByteArray workerErrorOutput();
+
+    /// All that the worker has written to standard error so far.
+    [[nodiscard]] const QByteArray& workerErrorOutput();
+
+    /// Waits until that contains a text. False if the worker ends, or hangs, without it.
+    [[nodiscard]] bool waitForErrorOutput(const char* text);
+
+    /// Before the worker starts: what it sends and the host does not read soon finds no room.
+    void takeInLittle();
 
 private:
     QTcpServer server_;
     std::unique_ptr<QProcess> process_;
     std::unique_ptr<QTcpSocket> socket_;
+    QByteArray errorOutput_;
 };
 
 /// The ids of messages, in order.

@@ -6,9 +6,6 @@
 #include "synth/HouseLoop.h"
 #include "synth/WavWriter.h"
 
-#include "app/protocol/eboOfflineAnalysisProtocol.h"
-
-#include <QBuffer>
 #include <QDataStream>
 #include <QDir>
 #include <QTemporaryDir>
@@ -48,14 +45,6 @@ protected:
     QTemporaryDir dir_;
     TestHost host_;
 };
-
-QByteArray frame(std::uint32_t id, const QByteArray& payload = {})
-{
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    sendMessage(&buffer, 0, id, payload);
-    return buffer.data();
-}
 
 float progressOf(const Message& message) { return qFromLittleEndian<float>(message.payload.constData()); }
 
@@ -198,7 +187,7 @@ TEST_F(Runs, StopEndsARunAndTheNextStartWorks)
 {
     const QByteArray path = clicks(20);
     host_.startWorker();
-    host_.sendBytes(frame(kStart, TestHost::startPayload(path)) + frame(kStop));
+    host_.sendBytes(TestHost::frame(kStart, TestHost::startPayload(path)) + TestHost::frame(kStop));
     const auto messages = host_.untilEnd();
     EXPECT_EQ(messages.front().id, kStarted);
     EXPECT_EQ(messages.back().id, kStopped);
@@ -235,8 +224,8 @@ TEST_F(Runs, StopAndStartInOneBufferGiveNoStoppedMessage)
     const QByteArray path = clicks(60);
     host_.startWorker();
     // All three commands in one segment, so that the start replaces the track in the same slot.
-    host_.sendBytes(frame(kStart, TestHost::startPayload(path)) + frame(kStop) +
-                    frame(kStart, TestHost::startPayload(path)));
+    host_.sendBytes(TestHost::frame(kStart, TestHost::startPayload(path)) + TestHost::frame(kStop) +
+                    TestHost::frame(kStart, TestHost::startPayload(path)));
 
     const auto messages = host_.untilEnd();
     EXPECT_EQ(messages.back().id, kFinished);
@@ -249,8 +238,8 @@ TEST_F(Runs, AReplacedRunsLateErrorDoesNotEndItsSuccessor)
 {
     const QByteArray good = clicks(5);
     host_.startWorker();
-    host_.sendBytes(frame(kStart, TestHost::startPayload("/no/such/file.wav")) +
-                    frame(kStart, TestHost::startPayload(good)));
+    host_.sendBytes(TestHost::frame(kStart, TestHost::startPayload("/no/such/file.wav")) +
+                    TestHost::frame(kStart, TestHost::startPayload(good)));
 
     const auto messages = host_.untilEnd();
     EXPECT_EQ(messages.back().id, kFinished);

@@ -229,6 +229,18 @@ TEST_F(AnalysisSessionTest, SilenceIsTold)
     expectFailure("falls-silent", ErrorKind::kSilent);
 }
 
+TEST_F(AnalysisSessionTest, ATrackThatOpensSlowlyIsNotSilent)
+{
+    makeImpatient();
+    expectGood(analyze("opens-slowly"));
+}
+
+TEST_F(AnalysisSessionTest, ATrackThatNeverOpensHasItsOwnTimeAndNoMore)
+{
+    settings_.trackTimeout = std::chrono::milliseconds(500);
+    expectFailure("never-opens", ErrorKind::kTimedOut);
+}
+
 TEST_F(AnalysisSessionTest, ChatterThatBelongsToNoRunIsSilence)
 {
     makeImpatient();

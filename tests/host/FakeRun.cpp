@@ -175,7 +175,20 @@ void FakeRun::run(const QString& track)
         {QStringLiteral("falls-silent"),
          [this] {
              send(kStarted);
+             send(kTrackDataChunk, trackInfo(kPlaceholderLoudness, -1));
              waitForTheHostToGo();
+         }},
+        {QStringLiteral("never-opens"),
+         [this] {
+             send(kStarted);
+             waitForTheHostToGo();
+         }},
+        {QStringLiteral("opens-slowly"),
+         [this] {
+             send(kStarted);
+             constexpr int kMilliseconds = 1000;
+             host_.waitForReadyRead(kMilliseconds);
+             sendGoodRun();
          }},
         {QStringLiteral("never-starts"),
          [this] {

@@ -2,6 +2,7 @@
 
 #include "Probe.h"
 
+#include "runtime/GarbageCollection.h"
 #include "runtime/refptr.h"
 #include "runtime/threadPriority.h"
 

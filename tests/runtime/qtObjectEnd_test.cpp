@@ -3,6 +3,8 @@
 #include "LoopThread.h"
 #include "QtProbe.h"
 
+#include "runtime/GarbageCollection.h"
+#include "runtime/deferredDeletions.h"
 #include "runtime/refptr.h"
 #include "runtime/weakptr.h"
 #include "support/eventually.h"

@@ -1,5 +1,6 @@
 #include "Probe.h"
 
+#include "runtime/GarbageCollection.h"
 #include "runtime/refptr.h"
 
 #include <gtest/gtest.h>

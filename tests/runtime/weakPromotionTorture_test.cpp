@@ -1,3 +1,4 @@
+#include "runtime/GarbageCollection.h"
 #include "runtime/refptr.h"
 #include "runtime/weakptr.h"
 #include "support/repetitions.h"

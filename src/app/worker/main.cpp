@@ -44,9 +44,8 @@ int main(int argc, char** argv)
 
     const int status = serveHost(runThreads, static_cast<std::uint16_t>(port));
 
-    // The order of the end: no run outlives this line, then the tracks that died on other threads go, and
-    // the collector last of all.
+    // The order of the end: no run outlives this line, and the collector, which delivers what is left to the
+    // main thread, is the last of all.
     runThreads.joinAll();
-    ebo::deliverDeferredDeletions();
     return status;
 }

@@ -91,7 +91,11 @@ int list(const DevicesOptions& options)
     collector.start();
 
     FileSharing sharing;
-    sharing.bringUp(ebo::makeRef<eboNfsFileFactory>());
+    if (!sharing.bringUp(ebo::makeRef<eboNfsFileFactory>())) {
+        complain(QStringLiteral(
+            "tunesift: the system has no thread or descriptor left to look for devices with\n"));
+        return kNothingDone;
+    }
     auto watch = std::make_unique<DeviceWatch>(*sharing.network(), *sharing.nfs());
     QTimer redraw;
     if (options.json)

@@ -71,7 +71,10 @@ int share(const ShareOptions& options)
 
     const auto factory = ebo::makeRef<eboNfsFileFactory>();
     FileSharing sharing;
-    sharing.bringUp(factory);
+    if (!sharing.bringUp(factory)) {
+        complain(QStringLiteral("tunesift: the system has no thread or descriptor left to share with\n"));
+        return kNothingDone;
+    }
     mount(options, *sharing.nfs());
     {
         QObject here;

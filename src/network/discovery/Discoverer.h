@@ -39,6 +39,9 @@ public:
     [[nodiscard]] const QString& applicationName() const { return identity_.applicationName; }
     [[nodiscard]] const QString& applicationVersion() const { return identity_.version; }
     [[nodiscard]] const QString& applicationId() const { return identity_.applicationId; }
+
+    /// Whether discovery is at work: between start and stop, unless the system had no thread to give.
+    [[nodiscard]] bool isUp() const { return thread_->isRunning(); }
     [[nodiscard]] quint16 directoryPort() const { return directoryPort_; }
 
 private:

@@ -19,7 +19,8 @@ DiscovererThread::DiscovererThread(Discoverer& discoverer) : discoverer_(discove
 
 void DiscovererThread::startAndWait()
 {
-    start(QThread::InheritPriority);
+    if (!startIfPossible())
+        return;
     QMutexLocker locker(&mutex_);
     while (!hostController_ && isRunning())
         initialised_.wait(&mutex_);

@@ -3,9 +3,9 @@
 #include "network/discovery/HostController.h"
 #include "network/discovery/Receiver.h"
 #include "network/discovery/Sender.h"
+#include "runtime/HomeThread.h"
 
 #include <QMutex>
-#include <QThread>
 #include <QWaitCondition>
 
 #include <memory>
@@ -16,7 +16,7 @@ class Discoverer;
 
 /// The thread that discovery runs on. The object lives on its own thread: all objects of discovery are made
 /// and ended there.
-class DiscovererThread : public QThread {
+class DiscovererThread : public ebo::HomeThread {
     Q_OBJECT
 
 public:

@@ -23,11 +23,12 @@ void registerTypes()
 Network::Network(ebo::refptr<eboDiscoverer::AbstractDiscoverer> discoverer,
                  QList<ServiceDefinition> definitions)
     : helper_(std::make_unique<NetworkThreadHelper>(discoverer, std::move(definitions))),
-      thread_(std::make_unique<QThread>()), discoverer_(std::move(discoverer))
+      thread_(std::make_unique<ebo::HomeThread>()), discoverer_(std::move(discoverer))
 {
     registerTypes();
     thread_->setObjectName(QStringLiteral("Network Exchange Thread"));
-    thread_->start(QThread::InheritPriority);
+    if (!thread_->startIfPossible())
+        qCWarning(ebo::log::network) << "Unable to start the network thread";
     helper_->moveToThread(thread_.get());
     connect(helper_.get(), &NetworkThreadHelper::hostAdded, this, &Network::onHostAdded,
             Qt::DirectConnection);
@@ -39,18 +40,25 @@ Network::Network(ebo::refptr<eboDiscoverer::AbstractDiscoverer> discoverer,
 
 Network::~Network()
 {
+    if (QThread::currentThread() != thread_.get()) {
+        end();
+        return;
+    }
+    helper_->deinit();
+    helper_.release()->deleteLater();
+    // The thread cannot wait for itself: it goes when it has finished.
+    connect(thread_.get(), &QThread::finished, thread_.get(), &QObject::deleteLater);
+    thread_.release()->quit();
+}
+
+void Network::end()
+{
     {
         const QMutexLocker locker(&mutex_);
         hosts_.clear();
     }
-    if (QThread::currentThread() == thread_.get()) {
-        helper_->deinit();
-        helper_.release()->deleteLater();
-        // The thread cannot wait for itself: it goes when it has finished.
-        connect(thread_.get(), &QThread::finished, thread_.get(), &QObject::deleteLater);
-        thread_.release()->quit();
+    if (!isUp())
         return;
-    }
     QMetaObject::invokeMethod(helper_.get(), &NetworkThreadHelper::deinit, Qt::BlockingQueuedConnection);
     thread_->quit();
     qCDebug(ebo::log::network) << "Waiting for thread to finish ...";
@@ -64,6 +72,8 @@ Network::~Network()
 
 void Network::start()
 {
+    if (!isUp())
+        return;
     QMetaObject::invokeMethod(helper_.get(), &NetworkThreadHelper::init, Qt::BlockingQueuedConnection,
                               &directoryPort_);
     discoverer_->start(directoryPort_);

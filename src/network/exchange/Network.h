@@ -3,10 +3,10 @@
 #include "network/exchange/AbstractNetwork.h"
 #include "network/exchange/NetworkThreadHelper.h"
 #include "network/exchange/ServiceDefinition.h"
+#include "runtime/HomeThread.h"
 
 #include <QList>
 #include <QMutex>
-#include <QThread>
 
 #include <memory>
 
@@ -21,10 +21,18 @@ public:
     /// Starts the network thread, which waits for start().
     Network(ebo::refptr<eboDiscoverer::AbstractDiscoverer> discoverer, QList<ServiceDefinition> definitions);
 
-    /// Closes all connections and ends the network thread. Discovery goes on for as long as its object lives.
+    /// As `end`, on whatever thread.
     ~Network() override;
 
     void start() override;
+
+    /// Whether the system has given a thread, and `end` has not been called. Without it, nothing else works.
+    [[nodiscard]] bool isUp() const { return thread_ && thread_->isRunning(); }
+
+    /// Closes all connections, quits the network thread and waits for its end; whoever else still holds this
+    /// object or something on its thread finds everything closed. Discovery goes on for as long as its object
+    /// lives. Does nothing a second time.
+    void end();
     [[nodiscard]] quint16 directoryPort() const override { return directoryPort_; }
     [[nodiscard]] ebo::weakptr<eboDiscoverer::AbstractDiscoverer> discoverer() const override;
     [[nodiscard]] QList<ebo::refptr<Host>> hosts() const override;
@@ -36,7 +44,7 @@ protected Q_SLOTS:
 
 private:
     std::unique_ptr<NetworkThreadHelper> helper_;
-    std::unique_ptr<QThread> thread_;
+    std::unique_ptr<ebo::HomeThread> thread_;
     const ebo::refptr<eboDiscoverer::AbstractDiscoverer> discoverer_;
     quint16 directoryPort_ = 0;
     QList<ebo::refptr<Host>> hosts_;  // guarded by mutex_

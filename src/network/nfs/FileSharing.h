@@ -19,12 +19,14 @@ public:
     FileSharing(const FileSharing&) = delete;
     FileSharing& operator=(const FileSharing&) = delete;
 
-    /// Does not wait for any device. @param factory  serves net paths from then on
-    void bringUp(const ebo::refptr<eboNfsFileFactory>& factory);
+    /// Does not wait for any device. False, with nothing left up, if the system has
+    /// no thread or descriptor left for it.
+    /// @param factory  serves net paths from then on
+    [[nodiscard]] bool bringUp(const ebo::refptr<eboNfsFileFactory>& factory);
 
-    /// Everything of other devices becomes unavailable, so that no reader waits; then waits until the threads
-    /// of the network have ended. Meanwhile deferred deletions are delivered, and nothing else happens on
-    /// this thread.
+    /// Everything of other devices becomes unavailable, so that no reader waits, and what they use of this
+    /// one is closed; then the threads of the network are joined. What others still hold of it is of no use
+    /// any more, and ends when they let go.
     void tearDown();
 
     [[nodiscard]] bool isUp() const { return bool(nfs_); }

@@ -209,6 +209,14 @@ void eboNfs::makeEverythingUnavailable()
         object->setIsUnavailable();
 }
 
+void eboNfs::end()
+{
+    makeEverythingUnavailable();
+    if (thread()->isRunning())
+        QMetaObject::invokeMethod(
+            this, [this] { rootDirectory_->endServing(); }, Qt::BlockingQueuedConnection);
+}
+
 void eboNfs::onHostAdded(const ebo::refptr<eboNetworkExchange::Host>& host)
 {
     ebo::refptr<eboNfsHost> added;

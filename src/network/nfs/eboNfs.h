@@ -87,6 +87,10 @@ public:
     /// and nothing can be opened again. Any thread.
     void makeEverythingUnavailable();
 
+    /// Ends every use of other devices, as above, and all that is served to them, and waits for that. On
+    /// another thread than the network's, while that may still run.
+    void end();
+
     /// Whether the last turn of serving left work to do. Any thread.
     [[nodiscard]] bool isProcessingPending() const { return processingPending_.load(); }
 

@@ -2,6 +2,7 @@
 
 #include "network/nfs/eboNfs.h"
 #include "network/nfs/servingLimits.h"
+#include "runtime/EndAtOnce.h"
 #include "runtime/logCategories.h"
 
 #include <QDateTime>
@@ -36,11 +37,21 @@ eboNfsRootDirectory::eboNfsRootDirectory(ebo::weakptr<eboNfs> nfs, ebo::weakptr<
     : nfs_(std::move(nfs)), fileFactory_(std::move(fileFactory))
 {}
 
-eboNfsRootDirectory::~eboNfsRootDirectory()
+eboNfsRootDirectory::~eboNfsRootDirectory() { endServing(); }
+
+void eboNfsRootDirectory::endServing()
 {
-    for (const auto& directory : std::as_const(directories_))
+    const ebo::EndAtOnce endAtOnce;
+    objects_.clear();
+    const auto directories = std::exchange(directories_, {});
+    decltype(files_) files;
+    {
+        const std::lock_guard guard(rootMutex_);
+        files.swap(files_);
+    }
+    for (const auto& directory : directories)
         directory->dismiss();
-    for (const auto& file : std::as_const(files_))
+    for (const auto& file : std::as_const(files))
         file->dismiss();
 }
 

@@ -56,6 +56,10 @@ public:
     /// @return whether more is left
     bool processFiles();
 
+    /// Serves nothing any more: who uses something is told that it is gone, and what was open is closed when
+    /// this returns.
+    void endServing();
+
     /// The device has gone: nothing is served to it any more.
     void forgetHost(eboNfsHost& host);
 

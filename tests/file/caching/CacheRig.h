@@ -2,6 +2,7 @@
 
 #include "file/caching/eboFileCachingThread.h"
 #include "file/caching/eboFileCachingThreadListener.h"
+#include "runtime/GarbageCollection.h"
 #include "support/MemoryFile.h"
 #include "support/TempDir.h"
 

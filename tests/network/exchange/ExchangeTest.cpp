@@ -1,5 +1,7 @@
 #include "network/exchange/ExchangeTest.h"
 
+#include "runtime/deferredDeletions.h"
+
 namespace exchangetest {
 
 using eboNetworkExchange::NetworkExchange;

@@ -4,6 +4,7 @@
 #include "network/exchange/pump.h"
 #include "network/exchange/wire.h"
 #include "runtime/GarbageCollection.h"
+#include "runtime/deferredDeletions.h"
 #include "support/LogCapture.h"
 #include "support/repetitions.h"
 
@@ -175,6 +176,57 @@ TEST(Network, EndsUnderThreadsThatWriteAndRead)
         world.end();
         done = true;
     }
+}
+
+TEST(Network, EndsWhateverElseWaitsForTheCollector)
+{
+    World world;
+    world.join();
+    const auto host = world.network_->hosts().at(0);
+    const int before = threads();
+    // What others have dropped would keep the collector busy for ten minutes.
+    for (int i = 0; i < 6000; ++i)
+        ebo::makeRef<FakeDiscoverer>(wire::uuid(wire::kLower)).reset();
+    world.network_->end();
+    EXPECT_EQ(threads(), before - 1) << "joined, though references are left";
+    EXPECT_FALSE(world.network_->isUp());
+    EXPECT_TRUE(world.network_->hosts().isEmpty());
+    EXPECT_TRUE(world.stream_->isClosed());
+    EXPECT_TRUE(world.directory_->isClosed());
+    world.network_->end();  // once more does nothing
+}
+
+TEST(Network, TellsOfAFailedSendAndNotOfAConnection)
+{
+    const testsupport::LogCapture log;
+    World world;
+    world.join();
+    for (const auto& entry : log.entries())
+        EXPECT_NE(entry.category.substr(0, 3), "ebo") << entry.text;
+    world.network_->end();
+    EXPECT_FALSE(world.service_->writePacket("too late"));
+    const auto entries = log.entries();
+    ASSERT_FALSE(entries.empty());
+    EXPECT_EQ(entries.back().category, "ebo.network.directory");
+    EXPECT_EQ(entries.back().type, QtWarningMsg);
+    EXPECT_EQ(entries.back().text, "bool eboNetworkExchange::Service::write(const QByteArray&, bool) failed "
+                                   "because host no longer available");
+}
+
+TEST(Network, TellsOfConnectionsToThoseWhoAsk)
+{
+    QLoggingCategory::setFilterRules(QStringLiteral("ebo.network.connection.info=true"));
+    {
+        const testsupport::LogCapture log;
+        World world;
+        world.join();
+        const auto entries = log.entries();
+        EXPECT_TRUE(std::any_of(entries.begin(), entries.end(), [](const auto& entry) {
+            return entry.category == "ebo.network.connection" && entry.type == QtInfoMsg &&
+                   entry.text.starts_with("New Connection:");
+        }));
+    }
+    QLoggingCategory::setFilterRules(QString());
 }
 
 TEST(Network, CanEndOnItsOwnThread)

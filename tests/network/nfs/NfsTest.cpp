@@ -1,5 +1,7 @@
 #include "network/nfs/NfsTest.h"
 
+#include "runtime/deferredDeletions.h"
+
 #include <QMutexLocker>
 #include <QTcpSocket>
 

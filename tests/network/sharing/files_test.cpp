@@ -3,6 +3,7 @@
 #include "network/nfs/FileSharing.h"
 #include "network/sharing/SharingTest.h"
 #include "runtime/GarbageCollection.h"
+#include "runtime/deferredDeletions.h"
 #include "support/repetitions.h"
 
 #include <csignal>
@@ -21,7 +22,7 @@ public:
     {
         collector_.start();
         const NetworkNamespace::Visit visit(place);
-        sharing_.bringUp(factory_);
+        EXPECT_TRUE(sharing_.bringUp(factory_));
     }
     ~LocalDevice()
     {

@@ -4,6 +4,7 @@
 #include "network/nfs/FileSharing.h"
 #include "network/sharing/SharingTest.h"
 #include "runtime/GarbageCollection.h"
+#include "runtime/deferredDeletions.h"
 
 #include <QTimer>
 
@@ -28,7 +29,7 @@ struct Client {
     void comeUp()
     {
         const NetworkNamespace::Visit visit(place);
-        sharing.bringUp(factory);
+        EXPECT_TRUE(sharing.bringUp(factory));
     }
 
     ebo::refptr<eboFile> file(const QByteArray& url) const

@@ -51,6 +51,18 @@ TEST_F(WaitingStarts, OutliveARunInBetweenAndHaveTheirTurnOnce)
     expectNothingMore();
 }
 
+TEST_F(WaitingStarts, AreNotStoppedByAStop)
+{
+    const auto local = localRun(track_);
+    host_->start(share_->url("clicks.wav"));
+    host_->send(kStop);
+    EXPECT_THAT(ids(host_->run("/no/such/file.wav")),
+                ElementsAre(kStarted, kError));  // the stop has been read
+    letItBeFound();
+    expectSame(host_->untilEnd(), local);
+    expectNothingMore();
+}
+
 TEST_F(WaitingStarts, AreLostIfOneWaitsAlready)
 {
     const auto local = localRun(track_);

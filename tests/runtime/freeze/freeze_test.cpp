@@ -5,6 +5,8 @@
 #include "runtime/LoopThread.h"
 #include "support/eventually.h"
 
+#include <QCoreApplication>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -175,6 +177,19 @@ TEST_F(FreezeDeathTest, AFrozenThreadIsNamedAndEndsTheProcess)
 {
     EXPECT_DEATH(freezeAThread(),
                  "probes have frozen:\n(.*\n)*\\* \"Network_probe\"\n(.*\n)*Terminating application");
+}
+
+TEST(TimerProbe, OfALiveLoopIsNotFoundFrozen)
+{
+    TimerProbe probe(QStringLiteral("Loop"), kMinuteMilliseconds);
+    qint64 clock = 0;
+    (void)probe.takeNote(clock);
+    const auto isFoundFrozen = [&] { return probe.takeNote(clock += 1 + kMinuteMilliseconds); };
+    EXPECT_TRUE(isFoundFrozen()) << "while the loop does not go round";
+    EXPECT_TRUE(eventually([&] {
+        QCoreApplication::processEvents();
+        return !isFoundFrozen();
+    }));
 }
 
 }  // namespace
