@@ -8,7 +8,11 @@
 namespace testsupport {
 
 /// ID3 of version 1: always 128 bytes.
-inline std::string id3v1() { return "TAG" + std::string(125, 'x'); }
+inline std::string id3v1()
+{
+    std::string tag = "TAG";
+    return tag.append(125, 'x');
+}
 
 /// ID3 of version 2 with a body of so many bytes.
 /// @param withFooter whether ten bytes more stand behind it
@@ -63,9 +67,7 @@ inline std::string apeTag(std::size_t pictureBytes, bool withHead)
 /// Lyrics of version 2.
 inline std::string lyrics3()
 {
-    const std::string body = "LYRICSBEGIN" + std::string("LYR00020la la la la la la la ");
-    std::string size = std::to_string(body.size());
-    return body + std::string(6 - size.size(), '0') + size + "LYRICS200";
+    return "LYRICSBEGINLYR00020la la la la la la la 000039LYRICS200";
 }
 
 }  // namespace testsupport
