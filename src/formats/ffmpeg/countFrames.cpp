@@ -15,23 +15,6 @@ extern "C" {
 
 namespace {
 
-using ParseHeader = std::optional<PacketHeader> (*)(std::span<const std::uint8_t>);
-
-/// How the packets of the stream begin; null where a container tells each one's extent.
-ParseHeader headerOf(const ffmpegInput& input, AVCodecID codec)
-{
-    switch (codec) {
-    case AV_CODEC_ID_MP1:
-    case AV_CODEC_ID_MP2:
-    case AV_CODEC_ID_MP3:
-        return &mpegHeader;
-    case AV_CODEC_ID_AAC:
-        return input.isContainer("aac") ? &adtsHeader : nullptr;
-    default:
-        return nullptr;
-    }
-}
-
 /// Frames that the packet tells to leave out at either end.
 std::int64_t trimmedFrames(const AVPacket& packet)
 {
@@ -45,7 +28,7 @@ std::int64_t trimmedFrames(const AVPacket& packet)
 
 /// Adds up the frames of what a decoder finds in a packet: as a rule one block, two where a demuxer could not
 /// part them, none in garbage. Decoders pass over zeros in front.
-void countBlocks(std::span<const std::uint8_t> bytes, ParseHeader parse,
+void countBlocks(std::span<const std::uint8_t> bytes, ParsePacketHeader parse,
                  std::map<int, std::int64_t>& framesByRate)
 {
     while (!bytes.empty()) {
@@ -63,13 +46,27 @@ void countBlocks(std::span<const std::uint8_t> bytes, ParseHeader parse,
 
 }  // namespace
 
+ParsePacketHeader packetHeaderOf(const ffmpegInput& input, int streamIndex)
+{
+    switch (input.stream(streamIndex).codecpar->codec_id) {
+    case AV_CODEC_ID_MP1:
+    case AV_CODEC_ID_MP2:
+    case AV_CODEC_ID_MP3:
+        return &mpegHeader;
+    case AV_CODEC_ID_AAC:
+        return input.isContainer("aac") ? &adtsHeader : nullptr;
+    default:
+        return nullptr;
+    }
+}
+
 std::int64_t countFrames(ffmpegInput& input, int streamIndex, int sampleRate)
 {
     const ffmpeg::Packet packet(av_packet_alloc());
     if (packet == nullptr)
         return 0;
     const AVStream& stream = input.stream(streamIndex);
-    const ParseHeader parse = headerOf(input, stream.codecpar->codec_id);
+    const ParsePacketHeader parse = packetHeaderOf(input, streamIndex);
     std::int64_t ticks = 0;                    // of packets that tell their duration
     std::map<int, std::int64_t> framesByRate;  // of those with a head
     std::int64_t trimmed = 0;

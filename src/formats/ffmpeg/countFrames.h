@@ -2,7 +2,12 @@
 
 #include "formats/ffmpeg/ffmpegInput.h"
 
+#include "formats/ffmpeg/packetHeaders.h"
+
 #include <cstdint>
+
+/// How the packets of the stream begin; null where its container tells each one's extent.
+[[nodiscard]] ParsePacketHeader packetHeaderOf(const ffmpegInput& input, int streamIndex);
 
 /// The length of a stream in frames of the given rate, counted by reading all packets that are left of it;
 /// what a plain decode of them plays. In mp3 and in ADTS only packets that begin with a head and are complete

@@ -1,8 +1,10 @@
 #include "formats/ffmpeg/ffmpegFileReader.h"
 
+#include "formats/ffmpeg/chainedPackets.h"
 #include "formats/ffmpeg/countFrames.h"
 #include "formats/ffmpeg/fitsPcmBytes.h"
 #include "formats/ffmpeg/mpegAccount.h"
+#include "formats/ffmpeg/trailingTags.h"
 
 #include <algorithm>
 #include <array>
@@ -87,6 +89,10 @@ TrackLength ffmpegFileReader::findLength(std::unique_ptr<ffmpegAudioStream>& str
     const std::int64_t stated = stream->statedFrames();
     if (stated > 0 && isStatedLengthPlausible(*stream, stated))
         return TrackLength::stated(stated);
+    if (stated == 0) {
+        if (const auto chained = countChained(*stream))
+            return TrackLength::counted(*chained);
+    }
     const StreamFacts facts(*stream);
     stream.reset();  // two of them cannot share the file
     ffmpegInput input(feed());
@@ -94,6 +100,20 @@ TrackLength ffmpegFileReader::findLength(std::unique_ptr<ffmpegAudioStream>& str
     const bool hasFailed = input.hasFailed();
     stream = reopen(facts);
     return hasFailed ? TrackLength::failed() : TrackLength::counted(counted, stated);
+}
+
+/// The frames of mp3 or ADTS that holds nothing else and trims nothing: a tenth of the work of a demuxer.
+std::optional<std::int64_t> ffmpegFileReader::countChained(const ffmpegAudioStream& stream)
+{
+    const ParsePacketHeader parse = packetHeaderOf(stream.input(), stream.index());
+    if (parse == nullptr || stream.firstByte() < 0 || stream.skipCount() != 0)
+        return {};
+    const std::int64_t place = feed().pos();  // the library's, which goes on from there
+    const std::int64_t end = feed().size() - trailingTagBytes(feed());
+    const auto chained = chainedFrames(feed(), stream.firstByte(), end, parse);
+    if (!feed().seek(place) || feed().hasFailed() || !chained)
+        return {};
+    return av_rescale(chained->frames, stream.sampleRate(), chained->sampleRate);
 }
 
 bool ffmpegFileReader::isStatedLengthPlausible(const ffmpegAudioStream& stream, std::int64_t statedFrames)

@@ -65,6 +65,7 @@ private:
                    const std::optional<TrackLength>& knownLength);
     std::unique_ptr<ffmpegAudioStream> reopen(const StreamFacts& facts);
     TrackLength findLength(std::unique_ptr<ffmpegAudioStream>& stream);
+    std::optional<std::int64_t> countChained(const ffmpegAudioStream& stream);
     bool isStatedLengthPlausible(const ffmpegAudioStream& stream, std::int64_t statedFrames);
     [[nodiscard]] ffmpegAudioStream& stream() const;
 

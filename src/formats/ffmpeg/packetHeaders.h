@@ -14,6 +14,9 @@ struct PacketHeader {
     bool operator==(const PacketHeader&) const = default;
 };
 
+/// One of the functions below.
+using ParsePacketHeader = std::optional<PacketHeader> (*)(std::span<const std::uint8_t> bytes);
+
 /// The head of a frame of MPEG audio (ISO 11172-3 and 13818-3, layers I to III, and the half rates below
 /// them). Nothing where there is none, and for frames of free format, whose length no head tells.
 [[nodiscard]] std::optional<PacketHeader> mpegHeader(std::span<const std::uint8_t> bytes);
