@@ -3,6 +3,7 @@
 #include "formats/eboFormatReader.h"
 #include "formats/fixedPointToFloat.h"
 #include "formats/readAt.h"
+#include "formats/trailingTags.h"
 
 #include <QDebug>
 
@@ -109,7 +110,9 @@ private:
 flacStream::flacStream(DecoderFeed& feed, Container container, bool comparesDigest)
     : feed_(feed), container_(container), decoder_(FLAC__stream_decoder_new())
 {
-    if (decoder_ == nullptr || !feed.seek(0))
+    // The library passes over one tag in front, some files have two.
+    const std::int64_t start = container == Container::kNative ? leadingTagBytes(feed) : 0;
+    if (decoder_ == nullptr || !feed.seek(start))
         throw FileUnsupported("FLAC");
     FLAC__StreamDecoder* const decoder = decoder_.get();
     FLAC__stream_decoder_set_md5_checking(decoder, comparesDigest ? 1 : 0);
