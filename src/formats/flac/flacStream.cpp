@@ -232,7 +232,10 @@ flacStream::Step flacStream::decode()
     const bool works = FLAC__stream_decoder_process_single(decoder_.get()) != 0;
     if (given_ == Given::kNothing)
         return Step::kBlock;
-    if (FLAC__stream_decoder_get_state(decoder_.get()) == FLAC__STREAM_DECODER_END_OF_STREAM || works) {
+    // Between blocks the library reports success even where the file has failed.
+    const FLAC__StreamDecoderState state = FLAC__stream_decoder_get_state(decoder_.get());
+    if (state == FLAC__STREAM_DECODER_END_OF_STREAM ||
+        (works && state < FLAC__STREAM_DECODER_END_OF_STREAM)) {
         errors_.clear();
         return Step::kEnd;  // also where the library fails because the data end within a block
     }
@@ -302,7 +305,12 @@ bool flacStream::findLastBlockIn(std::int64_t bytes)
     FLAC__StreamDecoder* const decoder = decoder_.get();
     if (!feed_.seek(feed_.size() - bytes) || FLAC__stream_decoder_flush(decoder) == 0)
         return false;
-    while (FLAC__stream_decoder_get_state(decoder) != FLAC__STREAM_DECODER_END_OF_STREAM) {
+    for (;;) {
+        const FLAC__StreamDecoderState state = FLAC__stream_decoder_get_state(decoder);
+        if (state == FLAC__STREAM_DECODER_END_OF_STREAM)
+            break;
+        if (state > FLAC__STREAM_DECODER_END_OF_STREAM)
+            return false;  // it would report success for ever
         feed_.renew();
         const auto before = nextNumber_;
         if (FLAC__stream_decoder_process_single(decoder) == 0 &&
