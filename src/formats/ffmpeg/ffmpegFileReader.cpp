@@ -4,7 +4,7 @@
 #include "formats/ffmpeg/countFrames.h"
 #include "formats/ffmpeg/fitsPcmBytes.h"
 #include "formats/ffmpeg/mpegAccount.h"
-#include "formats/ffmpeg/trailingTags.h"
+#include "formats/trailingTags.h"
 
 #include <algorithm>
 #include <array>

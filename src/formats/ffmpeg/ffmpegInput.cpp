@@ -51,28 +51,44 @@ void ignoreAllButAudio(AVFormatContext& format)
     }
 }
 
-/// PCM says how many bits of each sample mean something, and libavformat chooses the decoder by those alone:
-/// 24 of 32 pass for packed 24. Samples lie as far apart as their blocks say.
-void goByContainerBits(AVCodecParameters& parameters)
+/// The samples that lie so many bytes apart: PCM says how many bits of each mean something, too, and
+/// libavformat chooses the decoder by those. 24 bits of 32 pass for packed 24, or for an old editor's kind of
+/// float, which has the same numbers in its head, but no speakers.
+AVCodecID wholeNumbersOf(const AVCodecParameters& parameters, int bytes)
 {
-    const int bytes = parameters.block_align / parameters.ch_layout.nb_channels;
-    if (parameters.block_align % parameters.ch_layout.nb_channels != 0 ||
-        bytes * 8 <= av_get_bits_per_sample(parameters.codec_id))
-        return;
-    const AVCodecID wider = parameters.codec_id == AV_CODEC_ID_PCM_S16LE && bytes == 3 ? AV_CODEC_ID_PCM_S24LE
-                            : bytes == 4                                               ? AV_CODEC_ID_PCM_S32LE
-                                                                                       : AV_CODEC_ID_NONE;
-    const bool isSigned =
-        parameters.codec_id == AV_CODEC_ID_PCM_S16LE || parameters.codec_id == AV_CODEC_ID_PCM_S24LE;
-    if (isSigned && wider != AV_CODEC_ID_NONE) {
-        parameters.codec_id = wider;
-        parameters.bits_per_coded_sample = bytes * 8;
+    const bool hasSpeakers = parameters.ch_layout.order == AV_CHANNEL_ORDER_NATIVE;
+    switch (parameters.codec_id) {
+    case AV_CODEC_ID_PCM_S16LE:
+        return bytes == 3 ? AV_CODEC_ID_PCM_S24LE : bytes == 4 ? AV_CODEC_ID_PCM_S32LE : AV_CODEC_ID_NONE;
+    case AV_CODEC_ID_PCM_S24LE:
+        return bytes == 4 ? AV_CODEC_ID_PCM_S32LE : AV_CODEC_ID_NONE;
+    case AV_CODEC_ID_PCM_F16LE:
+    case AV_CODEC_ID_PCM_F24LE:
+        return hasSpeakers ? AV_CODEC_ID_PCM_S32LE : AV_CODEC_ID_NONE;
+    default:
+        return AV_CODEC_ID_NONE;
     }
 }
 
-/// Places in PCM are found by its byte rate, which some headers state wrongly; blocks and rate cannot lie.
-void goByBlockSize(AVCodecParameters& parameters)
+/// Samples lie as far apart as their blocks say.
+void goByContainerBits(AVStream& stream)
 {
+    AVCodecParameters& parameters = *stream.codecpar;
+    const int channels = parameters.ch_layout.nb_channels;
+    const int bytes = parameters.block_align / channels;
+    const AVCodecID codec =
+        parameters.block_align % channels == 0 ? wholeNumbersOf(parameters, bytes) : AV_CODEC_ID_NONE;
+    if (codec == AV_CODEC_ID_NONE)
+        return;
+    parameters.codec_id = codec;
+    parameters.bits_per_coded_sample = bytes * 8;
+    stream.duration = AV_NOPTS_VALUE;  // which went by the other size
+}
+
+/// Places in PCM are found by its byte rate, which some headers state wrongly; blocks and rate cannot lie.
+void goByBlockSize(AVStream& stream)
+{
+    AVCodecParameters& parameters = *stream.codecpar;
     parameters.bit_rate = std::int64_t{parameters.block_align} * 8 * parameters.sample_rate;
 }
 
@@ -85,9 +101,9 @@ template <typename Change>
 void forEachPcm(AVFormatContext& format, Change change)
 {
     for (unsigned int i = 0; i < format.nb_streams; ++i) {
-        AVCodecParameters& parameters = *format.streams[i]->codecpar;
+        const AVCodecParameters& parameters = *format.streams[i]->codecpar;
         if (isPcm(parameters) && parameters.block_align > 0 && parameters.ch_layout.nb_channels > 0)
-            change(parameters);
+            change(*format.streams[i]);
     }
 }
 

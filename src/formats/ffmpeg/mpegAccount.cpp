@@ -1,7 +1,7 @@
 #include "formats/ffmpeg/mpegAccount.h"
 
 #include "formats/ffmpeg/packetHeaders.h"
-#include "formats/ffmpeg/trailingTags.h"
+#include "formats/trailingTags.h"
 #include "formats/readAt.h"
 
 #include <algorithm>

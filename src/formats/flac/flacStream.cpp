@@ -3,6 +3,7 @@
 #include "formats/eboFormatReader.h"
 #include "formats/fixedPointToFloat.h"
 #include "formats/readAt.h"
+#include "formats/trailingTags.h"
 
 #include <QDebug>
 
@@ -109,7 +110,9 @@ private:
 flacStream::flacStream(DecoderFeed& feed, Container container, bool comparesDigest)
     : feed_(feed), container_(container), decoder_(FLAC__stream_decoder_new())
 {
-    if (decoder_ == nullptr || !feed.seek(0))
+    // The library passes over one tag in front, some files have two.
+    const std::int64_t start = container == Container::kNative ? leadingTagBytes(feed) : 0;
+    if (decoder_ == nullptr || !feed.seek(start))
         throw FileUnsupported("FLAC");
     FLAC__StreamDecoder* const decoder = decoder_.get();
     FLAC__stream_decoder_set_md5_checking(decoder, comparesDigest ? 1 : 0);
@@ -229,7 +232,10 @@ flacStream::Step flacStream::decode()
     const bool works = FLAC__stream_decoder_process_single(decoder_.get()) != 0;
     if (given_ == Given::kNothing)
         return Step::kBlock;
-    if (FLAC__stream_decoder_get_state(decoder_.get()) == FLAC__STREAM_DECODER_END_OF_STREAM || works) {
+    // Between blocks the library reports success even where the file has failed.
+    const FLAC__StreamDecoderState state = FLAC__stream_decoder_get_state(decoder_.get());
+    if (state == FLAC__STREAM_DECODER_END_OF_STREAM ||
+        (works && state < FLAC__STREAM_DECODER_END_OF_STREAM)) {
         errors_.clear();
         return Step::kEnd;  // also where the library fails because the data end within a block
     }
@@ -299,7 +305,12 @@ bool flacStream::findLastBlockIn(std::int64_t bytes)
     FLAC__StreamDecoder* const decoder = decoder_.get();
     if (!feed_.seek(feed_.size() - bytes) || FLAC__stream_decoder_flush(decoder) == 0)
         return false;
-    while (FLAC__stream_decoder_get_state(decoder) != FLAC__STREAM_DECODER_END_OF_STREAM) {
+    for (;;) {
+        const FLAC__StreamDecoderState state = FLAC__stream_decoder_get_state(decoder);
+        if (state == FLAC__STREAM_DECODER_END_OF_STREAM)
+            break;
+        if (state > FLAC__STREAM_DECODER_END_OF_STREAM)
+            return false;  // it would report success for ever
         feed_.renew();
         const auto before = nextNumber_;
         if (FLAC__stream_decoder_process_single(decoder) == 0 &&

@@ -1,4 +1,4 @@
-#include "formats/ffmpeg/trailingTags.h"
+#include "formats/trailingTags.h"
 
 #include "formats/readAt.h"
 
