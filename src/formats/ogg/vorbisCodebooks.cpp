@@ -10,6 +10,10 @@ namespace {
 // Numbers in all books together, entries times dimension. Encoders use up to a hundred thousand.
 constexpr std::int64_t kMostNumbers = std::int64_t{1} << 20U;
 
+// Entries of one book, for each of which libvorbis takes eight bytes of the stack. Encoders use up to ten
+// thousand.
+constexpr std::int64_t kMostEntries = std::int64_t{1} << 15U;
+
 constexpr std::string_view kSetupMagic("\5vorbis");
 constexpr std::int64_t kBookMagic = 0x564342;
 
@@ -112,7 +116,7 @@ bool areVorbisCodebooksSound(const ogg_packet& setup)
             return false;
         const std::int64_t dimension = bits.read(16);
         const std::int64_t entries = bits.read(24);
-        if (dimension < 1 || entries < 0)
+        if (dimension < 1 || entries < 0 || entries > kMostEntries)
             return false;
         numbers += dimension * entries;
         if (numbers > kMostNumbers || !skipCodewordLengths(bits, entries) ||

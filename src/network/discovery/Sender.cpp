@@ -65,9 +65,15 @@ qint64 Sender::sendFarewell() { return send(Beacon::kExit); }
 
 void Sender::answerNewcomer()
 {
-    if (answerClock_.isValid() && !answerClock_.hasExpired(kIntervalMilliseconds))
+    if (!answerClock_.isValid())
+        answerClock_.start();
+    if (const auto seconds = answerClock_.elapsed() / kIntervalMilliseconds; seconds > 0) {
+        answersSaved_ = static_cast<int>(std::min<qint64>(kMostAnswersSaved, answersSaved_ + seconds));
+        answerClock_.start();
+    }
+    if (answersSaved_ == 0)
         return;
-    answerClock_.start();
+    --answersSaved_;
     sendGreeting();
 }
 

@@ -19,6 +19,10 @@ class Sender : public QObject {
 public:
     static constexpr int kIntervalMilliseconds = 1000;
 
+    /// How many newcomers in a row are greeted at once: a host that analyses one short track of ours after
+    /// the other comes as a new device each time.
+    static constexpr int kMostAnswersSaved = 4;
+
     /// @param udpPort  where the beacons go, on every network's limited broadcast address
     Sender(quint16 udpPort, const QUuid& uuid, QString applicationId, QString applicationVersion);
 
@@ -39,8 +43,8 @@ public Q_SLOTS:
     /// The same for a beacon that says goodbye.
     qint64 sendFarewell();
 
-    /// Greets a newcomer, unless one has been greeted in the last second: the next beacon is near enough, and
-    /// nobody is to make this device talk more than it would anyway.
+    /// Greets a newcomer, in the long run one a second: for more, the next beacon is near enough, and nobody
+    /// is to make this device talk more than it would anyway.
     void answerNewcomer();
 
     /// A network has come, changed or gone: greets at once.
@@ -62,7 +66,8 @@ private:
     quint16 directoryPort_ = 0;
     LocalAddresses addresses_;
     QElapsedTimer greetingClock_;  // since the last greeting
-    QElapsedTimer answerClock_;    // since a newcomer was greeted
+    QElapsedTimer answerClock_;    // since the last answer was saved up
+    int answersSaved_ = kMostAnswersSaved;
 };
 
 }  // namespace eboDiscoverer

@@ -113,7 +113,7 @@ TEST_F(Discovery, NewcomerIsGreetedAtOnce)
     const auto answer = next();
     ASSERT_TRUE(answer);
     EXPECT_LT(answer->when - spoken, std::chrono::milliseconds(800)) << "long before the timer's";
-    // Many at once get no more than one greeting, besides the timer's.
+    // Many at once get no more greetings than were saved up, besides the timer's.
     constexpr std::uint8_t kNewcomers = 50;
     for (std::uint8_t i = 2; i <= kNewcomers; ++i)
         mouth.send(peer::beacon({.uuid = {i}}));
@@ -121,7 +121,7 @@ TEST_F(Discovery, NewcomerIsGreetedAtOnce)
     int greetings = 0;
     while (const auto heard = ear.nextWaiting())
         greetings += heard->from == "10.0.0.1" ? 1 : 0;
-    EXPECT_LE(greetings, 5);
+    EXPECT_LE(greetings, 4 + 5);
 }
 
 TEST_F(Discovery, FarewellRemovesTheHostAtOnce)
