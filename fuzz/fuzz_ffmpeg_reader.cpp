@@ -1,9 +1,9 @@
-// Any bytes as the contents of an audio file: opening, reading and seeking end cleanly.
+// Any bytes as the contents of an audio file: opening, reading, seeking and cloning
+// end cleanly, also where the file fails.
 
 #include "formats/ffmpeg/ffmpegFileReader.h"
 #include "formats/ffmpeg/prepareFfmpeg.h"
 #include "readHereAndThere.h"
-#include "support/MemoryFile.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -13,14 +13,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     prepareFfmpeg();
     const std::string bytes(reinterpret_cast<const char*>(data), size);
-    try {
-        const auto reader =
-            ebo::makeRef<ffmpegFileReader>(ebo::makeRef<testsupport::MemoryFile>("/file", bytes));
+    readWholeAndFailing("/file", bytes, [](const ebo::refptr<eboFile>& file) {
+        auto reader = ebo::makeRef<ffmpegFileReader>(file);
         readHereAndThere(*reader);
         reader->selectAudioStream(1);
-        readHereAndThere(*reader);
-    } catch (const eboFormatReader::FileUnsupported&) {
-        return 0;
-    }
+        return reader;
+    });
     return 0;
 }
