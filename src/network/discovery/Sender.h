@@ -21,7 +21,7 @@ public:
 
     /// How many newcomers in a row are greeted at once: a host that analyses one short track of ours after
     /// the other comes as a new device each time.
-    static constexpr int kMostAnswersSaved = 4;
+    static constexpr int kMostAnswersSaved = 32;
 
     /// @param udpPort  where the beacons go, on every network's limited broadcast address
     Sender(quint16 udpPort, const QUuid& uuid, QString applicationId, QString applicationVersion);
