@@ -149,6 +149,7 @@ void flacStream::onStreamInfo(const FLAC__StreamMetadata_StreamInfo& info)
     sampleRate_ = info.sample_rate;
     statedFrames_ = info.total_samples;
     largestBlockBytes_ = info.max_framesize;
+    largestBlockFrames_ = info.max_blocksize;
     hasDigest_ =
         std::any_of(std::begin(info.md5sum), std::end(info.md5sum), [](FLAC__byte b) { return b != 0; });
 }
@@ -165,6 +166,8 @@ void flacStream::onBlock(const FLAC__FrameHeader& header, const FLAC__int32* con
     const std::uint64_t before = std::exchange(nextNumber_, number + header.blocksize).value_or(number);
     if (isSearchingEnd_)
         return;
+    hasWrongNumbers_ =
+        hasWrongNumbers_ || (largestBlockFrames_ > 0 && header.blocksize > largestBlockFrames_);
     for (const FLAC__StreamDecoderErrorStatus status : errors_)
         qWarning() << "Error during FLAC decoding:" << static_cast<int>(status);
     errors_.clear();
@@ -262,6 +265,8 @@ flacStream::Arrival flacStream::goTo(std::int64_t frame)
 {
     if (!origin_)
         (void)decode();  // which tells the origin, if anything does
+    if (hasWrongNumbers_)
+        return Arrival::kUnknown;
     const std::uint64_t number = origin_.value_or(0) + static_cast<std::uint64_t>(frame);
     forgetBlocks();
     errors_.clear();
@@ -280,6 +285,8 @@ std::optional<flacStream::End> flacStream::findEnd()
 {
     if (decode() == Step::kFailed)
         return {};
+    if (hasWrongNumbers_)
+        return countToEnd();
     isSearchingEnd_ = true;
     const std::int64_t size = feed_.size();
     const std::int64_t first = largestBlockBytes_ > 0
@@ -297,6 +304,15 @@ std::optional<flacStream::End> flacStream::findEnd()
         return End{};
     const std::uint64_t origin = origin_.value_or(0);
     return End{*nextNumber_ > origin ? *nextNumber_ - origin : 0, isCutOff()};
+}
+
+/// Adds up all blocks, from the one at hand.
+std::optional<flacStream::End> flacStream::countToEnd()
+{
+    std::uint64_t frames = 0;
+    for (Step step = Step::kBlock; step == Step::kBlock; step = decode())
+        frames += silentFrames_ + soundFrames_;
+    return feed_.hasFailed() ? std::nullopt : std::optional(End{frames});
 }
 
 /// Decodes the file's last bytes. False after a failure.

@@ -64,6 +64,7 @@ private:
     void forgetBlocks();
     void loseTrack();
     [[nodiscard]] bool findLastBlockIn(std::int64_t bytes);
+    [[nodiscard]] std::optional<End> countToEnd();
     [[nodiscard]] bool isCutOff();
 
     DecoderFeed& feed_;
@@ -72,7 +73,9 @@ private:
     std::uint32_t channels_ = 0;
     std::uint32_t sampleRate_ = 0;
     std::uint64_t statedFrames_ = 0;
-    std::uint32_t largestBlockBytes_ = 0;  ///< By the stream's head, 0 if that does not tell.
+    std::uint32_t largestBlockBytes_ = 0;   ///< By the stream's head, 0 if that does not tell.
+    std::uint32_t largestBlockFrames_ = 0;  ///< The same in frames.
+    bool hasWrongNumbers_ = false;  ///< Blocks are larger than stated, by which the library numbers them.
     bool hasDigest_ = false;
     std::optional<std::uint64_t> origin_;  ///< The number of the stream's first frame, once a block has come.
     std::optional<std::uint64_t>

@@ -90,6 +90,20 @@ TEST_F(WrongCounts, OfStreamInfoGiveWayToTheLastBlock)
     }
 }
 
+TEST_F(WrongCounts, OfFramesInABlockOfFlacAreNoMatter)
+{
+    const testsupport::Pcm pcm = testsupport::testPcm(100000, 44100, 2, 16);
+    testsupport::encodeFlac(path("right.flac"), pcm, {"--blocksize=4096", "--no-seektable"});
+    std::string bytes = testsupport::readWholeFile(path("right.flac"));
+    for (const std::uint64_t least : {16U, 1000U}) {
+        bytes.replace(testsupport::kFlacStreamInfo, 4, bigEndian(least, 2) + bigEndian(1000, 2));
+        write("wrong.flac", bytes);
+        SCOPED_TRACE(least);
+        ASSERT_EQ(testsupport::decodeFlac(path("wrong.flac"), 16), pcm.samples);
+        expectPlays("wrong.flac", testsupport::scaled(pcm.samples, testsupport::flacScale(16)));
+    }
+}
+
 TEST_F(WrongCounts, OfAiffAreCountedInstead)
 {
     std::string bytes = encoded("right.aif");
