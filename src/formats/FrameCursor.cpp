@@ -18,7 +18,8 @@ BlockDecoder::Step FrameCursor::nextBlock()
     const BlockDecoder::Step step = decoder_->next();
     if (step == BlockDecoder::Step::kBlock)
         blockFrames_ = decoder_->blockFrames();
-    else if (step == BlockDecoder::Step::kFailed)
+    hasFailed_ = hasFailed_ || step == BlockDecoder::Step::kFailed;
+    if (step == BlockDecoder::Step::kFailed)
         forgetPlace();
     return step;
 }
@@ -77,6 +78,7 @@ bool FrameCursor::startOver()
     if (reopen_)
         decoder_ = reopen_();
     position_ = decoder_ != nullptr ? 0 : kUnknownPosition;
+    hasFailed_ = hasFailed_ || decoder_ == nullptr;
     return decoder_ != nullptr;
 }
 

@@ -33,8 +33,9 @@ public:
     template <typename Use>
     Delivery deliver(std::int64_t firstFrame, std::int64_t frames, Use use)
     {
+        hasFailed_ = false;
         if (!goTo(firstFrame))
-            return {0, true};
+            return {0, hasFailed_};  // there may simply be nothing at that frame
         std::int64_t done = 0;
         while (done < frames) {
             if (framesLeft() == 0) {
@@ -72,4 +73,5 @@ private:
     std::int64_t position_ = 0;     ///< The frame that comes next, or kUnknownPosition.
     std::int64_t blockFrames_ = 0;  ///< Of the decoder's block; 0 when it has none.
     std::int64_t consumed_ = 0;     ///< How many of them have been delivered or dropped.
+    bool hasFailed_ = false;        ///< The decoder has, since the last delivery began.
 };
