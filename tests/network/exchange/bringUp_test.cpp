@@ -1,6 +1,6 @@
 #include "network/exchange/FakeDiscoverer.h"
 #include "network/exchange/Network.h"
-#include "network/exchange/RawPeer.h"
+#include "network/exchange/PumpedPeer.h"
 #include "network/exchange/pump.h"
 #include "network/exchange/wire.h"
 #include "runtime/GarbageCollection.h"
@@ -26,8 +26,8 @@ namespace {
 using eboNetworkExchange::Host;
 using eboNetworkExchange::Network;
 using exchangetest::FakeDiscoverer;
+using exchangetest::PumpedPeer;
 using exchangetest::pumpUntil;
-using exchangetest::RawPeer;
 namespace wire = exchangetest::wire;
 
 int entriesOf(const char* directory)
@@ -64,12 +64,12 @@ public:
         network_->start();
         discoverer_->announce(wire::uuid(wire::kLower), 1, {QHostAddress(QHostAddress::LocalHost)});
         EXPECT_TRUE(pumpUntil([this] { return network_->hosts().size() == 1; }));
-        directory_.emplace(RawPeer::connectTo(network_->directoryPort()));
+        directory_.emplace(PumpedPeer::connectTo(network_->directoryPort()));
         directory_->send(wire::whois(wire::kLower));
         const std::string greeting = directory_->receive(20 + 50);
         const auto port = static_cast<std::uint16_t>((static_cast<unsigned char>(greeting[68]) << 8) |
                                                      static_cast<unsigned char>(greeting[69]));
-        stream_.emplace(RawPeer::connectTo(port));
+        stream_.emplace(PumpedPeer::connectTo(port));
         stream_->send(wire::serviceInfo(wire::kLower, "FileTransfer", 1) + wire::packet("hello"));
         EXPECT_TRUE(pumpUntil([this] {
             service_ = network_->hosts().at(0)->service(QStringLiteral("FileTransfer"));
@@ -92,8 +92,8 @@ public:
     ebo::refptr<FakeDiscoverer> discoverer_;
     ebo::refptr<Network> network_;
     ebo::refptr<eboNetworkExchange::Service> service_;
-    std::optional<RawPeer> directory_;
-    std::optional<RawPeer> stream_;
+    std::optional<PumpedPeer> directory_;
+    std::optional<PumpedPeer> stream_;
 };
 
 TEST(Network, ListensBeforeDiscoveryStarts)
@@ -252,7 +252,7 @@ TEST(Network, LeavesNothingBehindOfHundredsThatCameAndWent)
         world.join();
         const quint16 port = world.network_->directoryPort();
         QList<FakeDiscoverer::HostRef> heard;
-        std::vector<RawPeer> peers;
+        std::vector<PumpedPeer> peers;
         constexpr int kDevices = 300;
         for (int i = 0; i < kDevices; ++i) {
             wire::Uuid raw = wire::kLower;
@@ -260,7 +260,7 @@ TEST(Network, LeavesNothingBehindOfHundredsThatCameAndWent)
             raw.at(1) = static_cast<std::uint8_t>(i % 255 + 1);
             heard.append(
                 world.discoverer_->announce(wire::uuid(raw), 1, {QHostAddress(QHostAddress::LocalHost)}));
-            peers.push_back(RawPeer::connectTo(port));
+            peers.push_back(PumpedPeer::connectTo(port));
             peers.back().send(wire::whois(raw));
             EXPECT_EQ(peers.back().receive(20 + 50).size(), 70U) << "it is known and told of the service";
         }
@@ -268,7 +268,7 @@ TEST(Network, LeavesNothingBehindOfHundredsThatCameAndWent)
         for (const auto& host : heard)
             world.discoverer_->lose(host);
         EXPECT_TRUE(pumpUntil([&world] { return world.network_->hosts().size() == 1; }));
-        for (RawPeer& peer : peers)
+        for (PumpedPeer& peer : peers)
             EXPECT_TRUE(peer.isClosed());
         EXPECT_TRUE(world.service_->writePacket("still here"));
         world.end();

@@ -9,15 +9,15 @@ namespace {
 
 using eboDiscoverer::PeerBudget;
 using exchangetest::ExchangeTest;
+using exchangetest::PumpedListener;
+using exchangetest::PumpedPeer;
 using exchangetest::pumpUntil;
-using exchangetest::RawListener;
-using exchangetest::RawPeer;
 namespace wire = exchangetest::wire;
 
 class Limits : public ExchangeTest {
 protected:
     /// Sends for as long as the connection takes something. @return bytes
-    static std::size_t sendUntilItStops(RawPeer& peer, const std::string& bytes)
+    static std::size_t sendUntilItStops(PumpedPeer& peer, const std::string& bytes)
     {
         constexpr std::size_t kFarTooMuch = 256U << 20U;
         constexpr int kPatience = 30;  // rounds of the event loop without a byte
@@ -43,19 +43,19 @@ protected:
 TEST_F(Limits, NothingIsReadOfADeviceThatHasNotSaidWhoItIs)
 {
     announce(wire::kLower, 1);
-    RawPeer stream = streamOfLower();
+    PumpedPeer stream = streamOfLower();
     const ServiceRef service = readyService(hosts_.at(0));
     EXPECT_LT(sendUntilItStops(stream, wire::packet(std::string(60000, 'x'))), kOfTheSystem);
     EXPECT_FALSE(service->packetsAvailable());
-    RawPeer peer = identifiedPeer();
+    PumpedPeer peer = identifiedPeer();
     EXPECT_TRUE(pumpUntil([&] { return service->packetsAvailable(); })) << "now it has";
 }
 
 TEST_F(Limits, StreamWhosePacketsNobodyTakesIsReadNoFurther)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = streamOfLower();
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = streamOfLower();
     const ServiceRef service = readyService(hosts_.at(0));
     const std::string packet = wire::packet(std::string(4096, 'x'));
     const std::size_t sent = sendUntilItStops(stream, packet);
@@ -73,8 +73,8 @@ TEST_F(Limits, StreamWhosePacketsNobodyTakesIsReadNoFurther)
 TEST_F(Limits, StreamsOfOneDeviceAreLimited)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
-    std::vector<RawPeer> streams;
+    PumpedPeer peer = identifiedPeer();
+    std::vector<PumpedPeer> streams;
     for (int i = 0; i < 300; ++i) {
         streams.push_back(streamOfLower());
         QCoreApplication::processEvents();
@@ -89,12 +89,12 @@ TEST_F(Limits, StreamsOfOneDeviceAreLimited)
 TEST_F(Limits, SilentConnectionsOfOneAddressMakeRoomForEachOtherAndNotForOthers)
 {
     announce(wire::kLower, 1);
-    RawPeer device = identifiedPeer(1);
-    RawPeer stranger = RawPeer::connectTo(directoryPort(), 3);
+    PumpedPeer device = identifiedPeer(1);
+    PumpedPeer stranger = PumpedPeer::connectTo(directoryPort(), 3);
     stranger.receive(20);
-    std::vector<RawPeer> silent;
+    std::vector<PumpedPeer> silent;
     for (int i = 0; i < PeerBudget::kSockets + 10; ++i) {
-        silent.push_back(RawPeer::connectTo(directoryPort(), 2));
+        silent.push_back(PumpedPeer::connectTo(directoryPort(), 2));
         ASSERT_EQ(silent.back().receive(20).size(), 20U);
     }
     EXPECT_TRUE(silent.front().isClosed());
@@ -105,8 +105,8 @@ TEST_F(Limits, SilentConnectionsOfOneAddressMakeRoomForEachOtherAndNotForOthers)
 
 TEST_F(Limits, OneThatAsksWithoutAnEndDoesNotKeepAnotherWaiting)
 {
-    RawPeer loud = RawPeer::connectTo(directoryPort(), 1);
-    RawPeer quiet = RawPeer::connectTo(directoryPort(), 2);
+    PumpedPeer loud = PumpedPeer::connectTo(directoryPort(), 1);
+    PumpedPeer quiet = PumpedPeer::connectTo(directoryPort(), 2);
     loud.receive(20);
     quiet.receive(20);
     constexpr int kQuestions = 10000;
@@ -124,11 +124,11 @@ TEST_F(Limits, PacketsOfSeveralDevicesComeInTurns)
     const wire::Uuid other = wire::kLowerToo;
     announce(wire::kLower, 1);
     announce(other, 1);
-    RawPeer loud = identifiedPeer();
-    RawPeer quiet = RawPeer::connectTo(directoryPort());
+    PumpedPeer loud = identifiedPeer();
+    PumpedPeer quiet = PumpedPeer::connectTo(directoryPort());
     quiet.send(wire::whois(other));
-    RawPeer loudStream = streamOfLower();
-    RawPeer quietStream = RawPeer::connectTo(servicePort());
+    PumpedPeer loudStream = streamOfLower();
+    PumpedPeer quietStream = PumpedPeer::connectTo(servicePort());
     quietStream.send(wire::serviceInfo(other, "FileTransfer", 1));
     const ServiceRef ofLoud = readyService(hosts_.at(0));
     const ServiceRef ofQuiet = readyService(hosts_.at(1));
@@ -171,7 +171,7 @@ TEST_F(Limits, BeaconsThatComeThickAndFastAreToldAsOne)
 
 TEST_F(Limits, AttemptUnderWayEndsWithItsDevice)
 {
-    RawListener listener;
+    PumpedListener listener;
     const auto heard = announce(wire::kHigher, listener.port());
     ASSERT_EQ(exchange_->socketCount(), 1) << "it is under way";
     discoverer_->lose(heard);
@@ -180,9 +180,9 @@ TEST_F(Limits, AttemptUnderWayEndsWithItsDevice)
 
 TEST_F(Limits, ConnectionToADeviceThatNeverSaidWhoItIsEndsWithIt)
 {
-    RawListener listener;
+    PumpedListener listener;
     const auto heard = announce(wire::kHigher, listener.port());
-    RawPeer mute = listener.accept();
+    PumpedPeer mute = listener.accept();
     ASSERT_EQ(mute.receive(20).size(), 20U);
     discoverer_->lose(heard);
     EXPECT_TRUE(mute.isClosed());
@@ -192,7 +192,7 @@ TEST_F(Limits, ConnectionToADeviceThatNeverSaidWhoItIsEndsWithIt)
 TEST_F(Limits, SocketThatBreaksWithoutAWordIsFoundByThePing)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
+    PumpedPeer peer = identifiedPeer();
     QTcpSocket* const socket = hosts_.at(0)->directorySockets().at(0);
     {
         const QSignalBlocker withoutAWord(socket);
@@ -205,11 +205,11 @@ TEST_F(Limits, SocketThatBreaksWithoutAWordIsFoundByThePing)
 
 TEST_F(Limits, SmallMessagesLeaveAtOnce)
 {
-    RawListener listener;
+    PumpedListener listener;
     announce(wire::kLower, 1);
     announce(wire::kHigher, listener.port());
-    RawPeer incoming = identifiedPeer();
-    RawPeer outgoing = listener.accept();
+    PumpedPeer incoming = identifiedPeer();
+    PumpedPeer outgoing = listener.accept();
     outgoing.send(wire::whois(wire::kHigher));
     ASSERT_TRUE(pumpUntil([this] { return hosts_.at(1)->isConnected(); }));
     for (const HostRef& host : hosts_)
@@ -224,7 +224,7 @@ TEST_F(Limits, ServiceWithLowDelayHasIt)
         QTcpSocket* accepted = nullptr;
         QObject::connect(&server, &eboNetworkExchange::ServiceServer::newServiceRequest,
                          [&accepted](const QString&, QTcpSocket* socket) { accepted = socket; });
-        RawPeer peer = RawPeer::connectTo(server.serverPort());
+        PumpedPeer peer = PumpedPeer::connectTo(server.serverPort());
         ASSERT_TRUE(pumpUntil([&accepted] { return accepted != nullptr; }));
         EXPECT_EQ(accepted->socketOption(QAbstractSocket::LowDelayOption).toInt(), lowDelay ? 1 : 0);
     }
