@@ -8,9 +8,11 @@ ExchangeTest::ExchangeTest()
     : collector_(std::make_unique<ebo::GarbageCollection>()),
       discoverer_(ebo::makeRef<FakeDiscoverer>(wire::uuid(wire::kOwn))),
       calls_(std::make_shared<eboNetworkExchange::ThreadCalls>()),
-      exchange_(ebo::makeRef<NetworkExchange>(
-          discoverer_, calls_,
-          std::make_shared<eboDiscoverer::LocalAddresses>([this] { return ownAddresses_; })))
+      exchange_(ebo::makeRef<NetworkExchange>(discoverer_, calls_,
+                                              std::make_shared<eboDiscoverer::LocalAddresses>([this] {
+                                                  ++timesAskedForAddresses_;
+                                                  return ownAddresses_;
+                                              })))
 {
     collector_->start();
     exchange_->start({{serviceName(), false}});

@@ -52,6 +52,7 @@ protected:
     ebo::refptr<FakeDiscoverer> discoverer_;
     std::shared_ptr<eboNetworkExchange::ThreadCalls> calls_;
     eboDiscoverer::LocalAddresses::Entries ownAddresses_ = eboDiscoverer::LocalAddresses::listOfSystem();
+    int timesAskedForAddresses_ = 0;
     ebo::refptr<eboNetworkExchange::NetworkExchange> exchange_;
     QList<HostRef> hosts_;      // as the exchange tells of them
     int directorySockets_ = 0;  // likewise

@@ -5,6 +5,7 @@
 #include "network/exchange/wire.h"
 #include "runtime/GarbageCollection.h"
 #include "support/LogCapture.h"
+#include "support/eventually.h"
 #include "support/repetitions.h"
 
 #include <QDir>
@@ -175,6 +176,27 @@ TEST(Network, EndsUnderThreadsThatWriteAndRead)
         world.end();
         done = true;
     }
+}
+
+TEST(Network, ComplainsOfAThreadThatDoesNotEndAndWaitsForIt)
+{
+    const testsupport::LogCapture log;
+    World world;
+    world.join();
+    bool hasComplained = false;
+    QObject onItsThread;
+    onItsThread.moveToThread(world.network_->networkThread());
+    const auto hold = [&] {
+        hasComplained =
+            testsupport::eventually([&log] { return log.contains("Network thread failed to exit!"); });
+        onItsThread.moveToThread(QCoreApplication::instance()->thread());
+    };
+    // What the end closes leaves something behind that keeps the thread.
+    QObject::connect(
+        world.network_->hosts().at(0).get(), &Host::isConnectedChanged, &onItsThread,
+        [&] { QMetaObject::invokeMethod(&onItsThread, hold, Qt::QueuedConnection); }, Qt::DirectConnection);
+    world.end();
+    EXPECT_TRUE(hasComplained);
 }
 
 TEST(Network, CanEndOnItsOwnThread)

@@ -5,6 +5,10 @@
 #include "network/discovery/PeerBudget.h"
 #include "support/LogCapture.h"
 
+#include <QElapsedTimer>
+
+#include <sys/resource.h>
+
 namespace {
 
 using eboDiscoverer::PeerBudget;
@@ -109,14 +113,20 @@ TEST_F(Limits, OneThatAsksWithoutAnEndDoesNotKeepAnotherWaiting)
     PumpedPeer quiet = PumpedPeer::connectTo(directoryPort(), 2);
     loud.receive(20);
     quiet.receive(20);
-    constexpr int kQuestions = 10000;
+    // Small ones, of which a full read buffer holds three turns' worth, and a question after every nine.
+    constexpr int kMessagesAQuestion = 10;
+    std::string some;
+    for (int i = 1; i < kMessagesAQuestion; ++i)
+        some += wire::number32(77) + wire::uuidBytes(wire::kLower);
+    some += wire::ping(wire::kLower, wire::kNobody, 1);
+    static_assert(PeerBudget::kUnreadBytes / 23 > 2 * PeerBudget::kMessagesATurn);
     std::string many;
-    for (int i = 0; i < kQuestions; ++i)
-        many += wire::ping(wire::kLower, wire::kNobody, 1);
+    for (int i = 0; i < 1000; ++i)
+        many += some;
     ASSERT_EQ(loud.trySend(many), many.size()) << "all of it lies there before our end looks";
     quiet.send(wire::ping(wire::kLower, wire::kNobody, 2));
     EXPECT_EQ(quiet.receive(44).size(), 44U);
-    EXPECT_LT(loud.received().size() / 44, 2U * PeerBudget::kMessagesATurn);
+    EXPECT_LE(loud.received().size() / 44 * kMessagesAQuestion, 2U * PeerBudget::kMessagesATurn);
 }
 
 TEST_F(Limits, PacketsOfSeveralDevicesComeInTurns)
@@ -167,6 +177,42 @@ TEST_F(Limits, BeaconsThatComeThickAndFastAreToldAsOne)
     EXPECT_TRUE(pumpUntil([&told] { return told == 1; }));
     hearBeacon(heard);
     EXPECT_EQ(told, 2) << "the last word is not lost";
+}
+
+TEST_F(Limits, BeaconsOfOneDeviceAreToldTwentyTimesASecondAtTheMost)
+{
+    const auto heard = announce(wire::kLower, 1);
+    int told = 0;
+    QObject::connect(hosts_.at(0).get(), &eboNetworkExchange::Host::beacon, exchange_.get(),
+                     [&told] { ++told; });
+    QElapsedTimer clock;
+    clock.start();
+    for (int turn = 0; turn < 1000; ++turn) {
+        heard->heardFrom(localhost());
+        QCoreApplication::processEvents();
+    }
+    EXPECT_LE(told, clock.elapsed() / 50 + 1);
+}
+
+TEST_F(Limits, ConnectionsAreLookedAtFiftyTimesASecondAtTheMostWhoeverBeacons)
+{
+    constexpr int kDevices = 200;
+    QList<exchangetest::FakeDiscoverer::HostRef> heard;
+    wire::Uuid uuid = wire::kLower;
+    for (int i = 0; i < kDevices; ++i) {
+        uuid.at(1) = static_cast<std::uint8_t>(i);
+        heard.append(announce(uuid, 1));
+    }
+    QCoreApplication::processEvents();
+    timesAskedForAddresses_ = 0;
+    QElapsedTimer clock;
+    clock.start();
+    for (const auto& device : heard) {
+        device->heardFrom(localhost());
+        QCoreApplication::processEvents();
+    }
+    EXPECT_LE(timesAskedForAddresses_, clock.elapsed() / 20 + 1);
+    EXPECT_TRUE(pumpUntil([this] { return timesAskedForAddresses_ > 0; }));
 }
 
 TEST_F(Limits, AttemptUnderWayEndsWithItsDevice)
@@ -228,6 +274,24 @@ TEST_F(Limits, ServiceWithLowDelayHasIt)
         ASSERT_TRUE(pumpUntil([&accepted] { return accepted != nullptr; }));
         EXPECT_EQ(accepted->socketOption(QAbstractSocket::LowDelayOption).toInt(), lowDelay ? 1 : 0);
     }
+}
+
+TEST_F(Limits, ServiceThatCannotListenIsAWarningAndTheDirectoryListens)
+{
+    const auto exchange = ebo::makeRef<eboNetworkExchange::NetworkExchange>(discoverer_, calls_);
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    rlimit none = limit;
+    none.rlim_cur = 0;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    exchange->start({{serviceName(), false}});
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    ASSERT_FALSE(quiet_.texts().empty());
+    EXPECT_EQ(quiet_.texts().back(), "Unable to start service: \"FileTransfer\"");
+    ASSERT_EQ(exchange->serviceServers().size(), 1) << "it is one of ours all the same";
+    EXPECT_EQ(exchange->serviceServers().first()->serverPort(), 0);
+    EXPECT_NE(exchange->listenForDirectory(), 0);
+    exchange->shutDown();
 }
 
 TEST_F(Limits, DirectoryThatCannotListenHasNoPort)
