@@ -39,11 +39,14 @@ public:
     void shutDown();
 
     [[nodiscard]] const QList<ebo::refptr<ServiceServer>>& serviceServers() const { return serviceServers_; }
+    /// Null until the start.
+    [[nodiscard]] DirectoryServer* directoryServer() const { return directoryServer_.get(); }
     /// Connections of all kinds with other devices.
     [[nodiscard]] int socketCount() const;
     [[nodiscard]] bool offers(const QString& serviceId) const;
 
 Q_SIGNALS:
+    // Those of the directory, for whoever holds no more than this.
     void hostAdded(ebo::refptr<eboNetworkExchange::Host> host);
     void hostRemoved(ebo::refptr<eboNetworkExchange::Host> host);
     void numberOfDirectorySocketsChanged(int numberOfDirectorySockets);

@@ -18,9 +18,10 @@ quint16 NetworkThreadHelper::init()
 {
     exchange_ = ebo::makeRef<NetworkExchange>(discoverer_, std::make_shared<ThreadCalls>());
     exchange_->start(definitions_);
-    connect(exchange_.get(), &NetworkExchange::hostAdded, this, &NetworkThreadHelper::hostAdded);
-    connect(exchange_.get(), &NetworkExchange::hostRemoved, this, &NetworkThreadHelper::hostRemoved);
-    connect(exchange_.get(), &NetworkExchange::numberOfDirectorySocketsChanged, this,
+    const DirectoryServer* const directory = exchange_->directoryServer();
+    connect(directory, &DirectoryServer::hostAdded, this, &NetworkThreadHelper::hostAdded);
+    connect(directory, &DirectoryServer::hostRemoved, this, &NetworkThreadHelper::hostRemoved);
+    connect(directory, &DirectoryServer::numberOfDirectorySocketsChanged, this,
             &NetworkThreadHelper::numberOfDirectorySocketsChanged);
     if (ebo::log::networkThreadIndicator().isDebugEnabled())
         startIndicator();

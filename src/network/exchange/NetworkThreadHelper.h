@@ -30,6 +30,7 @@ public Q_SLOTS:
     void deinit();
 
 Q_SIGNALS:
+    // Those of the directory, straight from there.
     void hostAdded(ebo::refptr<eboNetworkExchange::Host> host);
     void hostRemoved(ebo::refptr<eboNetworkExchange::Host> host);
     void numberOfDirectorySocketsChanged(int numberOfDirectorySockets);

@@ -1,6 +1,6 @@
 #include "network/exchange/Connector.h"
 
-#include "network/exchange/RawPeer.h"
+#include "network/exchange/PumpedPeer.h"
 #include "network/exchange/pump.h"
 
 #include <gtest/gtest.h>
@@ -15,9 +15,9 @@
 namespace {
 
 using eboNetworkExchange::Connector;
+using exchangetest::PumpedListener;
+using exchangetest::PumpedPeer;
 using exchangetest::pumpUntil;
-using exchangetest::RawListener;
-using exchangetest::RawPeer;
 
 QHostAddress loopback(int last) { return QHostAddress(QStringLiteral("127.0.0.%1").arg(last)); }
 
@@ -34,7 +34,7 @@ public:
         EXPECT_EQ(::listen(listener_, 0), 0);
         ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
         port_ = ntohs(address.sin_port);
-        fill_.push_back(RawPeer::connectTo(port_));
+        fill_.push_back(PumpedPeer::connectTo(port_));
     }
     ~DeafPort() { ::close(listener_); }
     DeafPort(const DeafPort&) = delete;
@@ -45,7 +45,7 @@ public:
 private:
     int listener_;
     quint16 port_ = 0;
-    std::vector<RawPeer> fill_;
+    std::vector<PumpedPeer> fill_;
 };
 
 class Connecting : public testing::Test {
@@ -75,12 +75,12 @@ protected:
 
 TEST_F(Connecting, GoesOnWithThoseWhoWaitAsAttemptsEnd)
 {
-    RawListener listener;
+    PumpedListener listener;
     constexpr int kWishes = 200;
     for (int i = 1; i <= kWishes; ++i)
         connect(loopback(1), listener.port(), i);
     EXPECT_EQ(connector_.underWay(), Connector::kMostAttempts);
-    std::vector<RawPeer> others;
+    std::vector<PumpedPeer> others;
     EXPECT_TRUE(pumpUntil([&] {
         while (listener.hasPending())
             others.push_back(listener.accept());
@@ -101,7 +101,7 @@ TEST_F(Connecting, DoesNothingTwice)
 TEST_F(Connecting, AddressThatHoldsManyAttemptsMakesWayForAnother)
 {
     DeafPort deaf;
-    RawListener listener(2);
+    PumpedListener listener(2);
     for (int i = 1; i <= 200; ++i)
         connect(loopback(1), deaf.port(), i);
     connect(loopback(2), listener.port(), 1);
@@ -112,7 +112,7 @@ TEST_F(Connecting, AddressThatHoldsManyAttemptsMakesWayForAnother)
 TEST_F(Connecting, AmongEqualsTheLongestHeardComesFirst)
 {
     DeafPort deaf;
-    RawListener listener(2);
+    PumpedListener listener(2);
     for (int i = 1; i <= Connector::kMostAttempts; ++i)
         connect(loopback(1), deaf.port(), i, 0, many_.get());
     for (const int from : {7, 5, 9})
@@ -134,7 +134,7 @@ TEST_F(Connecting, GivesUpAfterAWhile)
 
 TEST_F(Connecting, NobodyHearsOfAnAttemptWhoseOwnerHasGone)
 {
-    RawListener listener;
+    PumpedListener listener;
     auto owner = std::make_unique<QObject>();
     connect(loopback(1), listener.port(), 1, 0, owner.get());
     owner.reset();
@@ -145,7 +145,7 @@ TEST_F(Connecting, NobodyHearsOfAnAttemptWhoseOwnerHasGone)
 
 TEST_F(Connecting, WithoutRoomThereIsNoAttempt)
 {
-    RawListener listener;
+    PumpedListener listener;
     Connector crowded(budget_, [](const QHostAddress&) { return false; });
     crowded.connectTo({&owner_,
                        {{loopback(1), loopback(1)}, listener.port()},

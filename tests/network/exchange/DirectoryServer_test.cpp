@@ -8,9 +8,9 @@
 namespace {
 
 using exchangetest::ExchangeTest;
+using exchangetest::PumpedListener;
+using exchangetest::PumpedPeer;
 using exchangetest::pumpUntil;
-using exchangetest::RawListener;
-using exchangetest::RawPeer;
 using testing::Contains;
 using testing::HasSubstr;
 using testsupport::LogCapture;
@@ -22,7 +22,7 @@ class DirectoryServer : public ExchangeTest {};
 
 TEST_F(DirectoryServer, SaysWhoItIsToWhoeverConnects)
 {
-    RawPeer peer = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
     EXPECT_EQ(peer.receive(20), wire::whois(wire::kOwn));
     EXPECT_EQ(directorySockets_, 1);
 }
@@ -30,15 +30,15 @@ TEST_F(DirectoryServer, SaysWhoItIsToWhoeverConnects)
 TEST_F(DirectoryServer, AnnouncesItsServicesToALowerDeviceThatSaysWhoItIs)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
+    PumpedPeer peer = identifiedPeer();
     EXPECT_TRUE(hosts_.at(0)->isConnected());
 }
 
 TEST_F(DirectoryServer, NeverConnectsToALowerDevice)
 {
-    RawListener listener;
+    PumpedListener listener;
     announce(wire::kLower, listener.port());
-    RawPeer peer = identifiedPeer();
+    PumpedPeer peer = identifiedPeer();
     discoverer_->hosts().at(0)->heardFrom(localhost());
     EXPECT_FALSE(listener.hasPending());
 }
@@ -46,14 +46,14 @@ TEST_F(DirectoryServer, NeverConnectsToALowerDevice)
 TEST_F(DirectoryServer, AnnouncesNothingToAHigherDevice)
 {
     announce(wire::kHigher, 0);
-    RawPeer peer = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
     peer.send(wire::whois(wire::kHigher) + wire::ping(wire::kHigher, wire::kNobody, 1));
     EXPECT_EQ(peer.receive(20 + 44), wire::whois(wire::kOwn) + wire::ping(wire::kHigher, wire::kOwn, 1));
 }
 
 TEST_F(DirectoryServer, KeepsTheNameOfADeviceThatIsNotHeardYet)
 {
-    RawPeer peer = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
     peer.send(wire::whois(wire::kLower) + wire::ping(wire::kLower, wire::kNobody, 1));
     EXPECT_EQ(peer.receive(20 + 44).size(), 64U);
     EXPECT_EQ(peer.received(), "");
@@ -65,7 +65,7 @@ TEST_F(DirectoryServer, KeepsTheNameOfADeviceThatIsNotHeardYet)
 
 TEST_F(DirectoryServer, ForgetsTheNameOfAConnectionThatHasClosed)
 {
-    RawPeer peer = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
     peer.send(wire::whois(wire::kLower));
     ASSERT_TRUE(pumpUntil([this] { return directorySockets_ == 1; }));
     peer.close();
@@ -77,7 +77,7 @@ TEST_F(DirectoryServer, ForgetsTheNameOfAConnectionThatHasClosed)
 
 TEST_F(DirectoryServer, AnswersAPingWithItsUuidAndTheTimeStampUntouched)
 {
-    RawPeer peer = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
     peer.receive(20);
     peer.send(wire::ping(wire::kLower, wire::kNobody, 0xfedcba9876543210));
     EXPECT_EQ(peer.receive(44), wire::ping(wire::kLower, wire::kOwn, 0xfedcba9876543210));
@@ -85,7 +85,7 @@ TEST_F(DirectoryServer, AnswersAPingWithItsUuidAndTheTimeStampUntouched)
 
 TEST_F(DirectoryServer, AsksEveryConnectionForItsWay)
 {
-    RawPeer peer = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
     peer.receive(20);
     const std::string ping = peer.receive(44);
     EXPECT_EQ(ping.substr(0, 36),
@@ -97,7 +97,7 @@ TEST_F(DirectoryServer, AsksEveryConnectionForItsWay)
 TEST_F(DirectoryServer, TakesTheEchoOfItsPingAsTheWayThere)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
+    PumpedPeer peer = identifiedPeer();
     const auto helper = discoverer_->hosts().at(0)->addresses().at(0);
     EXPECT_EQ(helper->ping(), -1);
     peer.send(wire::ping(wire::kOwn, wire::kLower, 0));
@@ -113,7 +113,7 @@ TEST_F(DirectoryServer, TakesTheEchoOfItsPingAsTheWayThere)
 TEST_F(DirectoryServer, AnEchoOfAnUnknownResponderHasNoEffect)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
+    PumpedPeer peer = identifiedPeer();
     peer.send(wire::ping(wire::kOwn, wire::kHigher, 0) + wire::ping(wire::kLower, wire::kNobody, 7));
     EXPECT_EQ(peer.receive(44).size(), 44U);
     EXPECT_EQ(discoverer_->hosts().at(0)->addresses().at(0)->ping(), -1);
@@ -121,9 +121,9 @@ TEST_F(DirectoryServer, AnEchoOfAnUnknownResponderHasNoEffect)
 
 TEST_F(DirectoryServer, IgnoresAServiceOfALowerDevice)
 {
-    RawListener service;
+    PumpedListener service;
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
+    PumpedPeer peer = identifiedPeer();
     peer.send(wire::serviceInfo(wire::kLower, "FileTransfer", service.port()) +
               wire::ping(wire::kLower, wire::kNobody, 1));
     EXPECT_EQ(peer.receive(44).size(), 44U);
@@ -134,8 +134,8 @@ TEST_F(DirectoryServer, IgnoresAServiceOfALowerDevice)
 TEST_F(DirectoryServer, AServiceConnectionBecomesAStreamOfItsHost)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = streamOfLower();
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = streamOfLower();
     const ServiceRef service = readyService(hosts_.at(0));
     EXPECT_EQ(service->port(), 0);
     stream.send(wire::packet("hello"));
@@ -148,8 +148,8 @@ TEST_F(DirectoryServer, AServiceConnectionBecomesAStreamOfItsHost)
 TEST_F(DirectoryServer, PacketsRightBehindTheOpeningAreNotLost)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = RawPeer::connectTo(servicePort());
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = PumpedPeer::connectTo(servicePort());
     stream.send(wire::serviceInfo(wire::kLower, "FileTransfer", 1) + wire::packet("one") +
                 wire::packet("two"));
     const ServiceRef service = readyService(hosts_.at(0));
@@ -161,8 +161,8 @@ TEST_F(DirectoryServer, PacketsRightBehindTheOpeningAreNotLost)
 TEST_F(DirectoryServer, TheOpeningOfAServiceConnectionMayComeByteByByte)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = RawPeer::connectTo(servicePort());
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = PumpedPeer::connectTo(servicePort());
     stream.sendSlowly(wire::serviceInfo(wire::kLower, "FileTransfer", 1) + wire::packet("slow"));
     const ServiceRef service = readyService(hosts_.at(0));
     ASSERT_TRUE(pumpUntil([&] { return service->packetsAvailable(); }));
@@ -172,7 +172,7 @@ TEST_F(DirectoryServer, TheOpeningOfAServiceConnectionMayComeByteByByte)
 TEST_F(DirectoryServer, OtherMessagesBeforeTheOpeningChangeNothing)
 {
     announce(wire::kLower, 1);
-    RawPeer stream = RawPeer::connectTo(servicePort());
+    PumpedPeer stream = PumpedPeer::connectTo(servicePort());
     stream.send(wire::whois(wire::kLower) + wire::ping(wire::kLower, wire::kNobody, 1) +
                 wire::serviceInfo(wire::kLower, "FileTransfer", 1));
     EXPECT_TRUE(readyService(hosts_.at(0)));
@@ -181,7 +181,7 @@ TEST_F(DirectoryServer, OtherMessagesBeforeTheOpeningChangeNothing)
 TEST_F(DirectoryServer, AnUnknownDevicesServiceConnectionIsClosed)
 {
     const LogCapture log;
-    RawPeer stream = streamOfLower();
+    PumpedPeer stream = streamOfLower();
     EXPECT_TRUE(stream.isClosed());
     EXPECT_THAT(log.texts(), Contains(HasSubstr("Couldn't find host:")));
 }
@@ -189,7 +189,7 @@ TEST_F(DirectoryServer, AnUnknownDevicesServiceConnectionIsClosed)
 TEST_F(DirectoryServer, AServiceThatIsNotOfferedIsRefused)
 {
     announce(wire::kLower, 1);
-    RawPeer stream = RawPeer::connectTo(servicePort());
+    PumpedPeer stream = PumpedPeer::connectTo(servicePort());
     stream.send(wire::serviceInfo(wire::kLower, "Telnet", 1));
     EXPECT_TRUE(stream.isClosed());
     EXPECT_TRUE(hosts_.at(0)->services().isEmpty());
@@ -198,8 +198,8 @@ TEST_F(DirectoryServer, AServiceThatIsNotOfferedIsRefused)
 TEST_F(DirectoryServer, AsksForAStreamAgainWhenTheLastOneIsLost)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = streamOfLower();
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = streamOfLower();
     readyService(hosts_.at(0));
     stream.close();
     const std::string info = wire::serviceInfo(wire::kOwn, "FileTransfer", servicePort());
@@ -209,8 +209,8 @@ TEST_F(DirectoryServer, AsksForAStreamAgainWhenTheLastOneIsLost)
 TEST_F(DirectoryServer, ClosesEverythingOfADeviceThatHasGone)
 {
     const auto heard = announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = streamOfLower();
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = streamOfLower();
     const ServiceRef service = readyService(hosts_.at(0));
     discoverer_->lose(heard);
     EXPECT_TRUE(hosts_.isEmpty());
@@ -224,8 +224,8 @@ TEST_F(DirectoryServer, ClosesEverythingOfADeviceThatHasGone)
 TEST_F(DirectoryServer, ADeviceIsNotConnectedOnceItsLastConnectionIsLost)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = streamOfLower();
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = streamOfLower();
     const ServiceRef service = readyService(hosts_.at(0));
     peer.close();
     ASSERT_TRUE(pumpUntil([this] { return !hosts_.at(0)->isConnected(); }));
@@ -236,8 +236,8 @@ TEST_F(DirectoryServer, ADeviceIsNotConnectedOnceItsLastConnectionIsLost)
 TEST_F(DirectoryServer, ASecondConnectionBetweenTheSameAddressesReplacesTheFirst)
 {
     announce(wire::kLower, 1);
-    RawPeer first = identifiedPeer();
-    RawPeer second = identifiedPeer();
+    PumpedPeer first = identifiedPeer();
+    PumpedPeer second = identifiedPeer();
     EXPECT_TRUE(first.isClosed());
     ASSERT_TRUE(pumpUntil([this] { return directorySockets_ == 1; }));
     EXPECT_EQ(hosts_.at(0)->directorySockets().size(), 1);
@@ -249,7 +249,7 @@ TEST_F(DirectoryServer, AConnectionUnderTwoNamesLeavesBothDevices)
     const wire::Uuid other = wire::kLowerToo;
     announce(wire::kLower, 1);
     announce(other, 1);
-    RawPeer peer = identifiedPeer();
+    PumpedPeer peer = identifiedPeer();
     peer.send(wire::whois(other));
     ASSERT_TRUE(pumpUntil([this] { return hosts_.at(1)->isConnected(); }));
     peer.close();
@@ -261,7 +261,7 @@ TEST_F(DirectoryServer, AConnectionUnderTwoNamesLeavesBothDevices)
 TEST_F(DirectoryServer, AMessageInTwoPartsIsReadFromWhatIsThere)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
     peer.receive(20);
     const std::string whois = wire::whois(wire::kLower);
     peer.send(whois.substr(0, 10));
@@ -277,7 +277,7 @@ TEST_F(DirectoryServer, AMessageInTwoPartsIsReadFromWhatIsThere)
 
 TEST_F(DirectoryServer, AnUnknownMessageIsIgnored)
 {
-    RawPeer peer = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
     peer.receive(20);
     peer.send(wire::number32(77) + wire::uuidBytes(wire::kLower) +
               wire::ping(wire::kLower, wire::kNobody, 3));
@@ -288,9 +288,9 @@ TEST_F(DirectoryServer, AnUnknownMessageIsIgnored)
 
 TEST_F(DirectoryServer, ConnectsToAHigherDeviceAndSaysWhoItIs)
 {
-    RawListener listener;
+    PumpedListener listener;
     announce(wire::kHigher, listener.port());
-    RawPeer peer = listener.accept();
+    PumpedPeer peer = listener.accept();
     EXPECT_EQ(peer.receive(20), wire::whois(wire::kOwn));
     peer.send(wire::whois(wire::kHigher));
     EXPECT_TRUE(pumpUntil([this] { return hosts_.at(0)->isConnected(); }));
@@ -299,10 +299,10 @@ TEST_F(DirectoryServer, ConnectsToAHigherDeviceAndSaysWhoItIs)
 
 TEST_F(DirectoryServer, ASecondBeaconMakesNoSecondConnection)
 {
-    RawListener listener;
+    PumpedListener listener;
     const auto heard = announce(wire::kHigher, listener.port());
     heard->heardFrom(localhost());  // while the first attempt runs
-    RawPeer peer = listener.accept();
+    PumpedPeer peer = listener.accept();
     peer.receive(20);
     heard->heardFrom(localhost());  // once it is there
     for (int round = 0; round < 20; ++round)
@@ -313,9 +313,9 @@ TEST_F(DirectoryServer, ASecondBeaconMakesNoSecondConnection)
 
 TEST_F(DirectoryServer, ConnectsAgainWithTheNextBeaconOnly)
 {
-    RawListener listener;
+    PumpedListener listener;
     const auto heard = announce(wire::kHigher, listener.port());
-    RawPeer peer = listener.accept();
+    PumpedPeer peer = listener.accept();
     peer.receive(20);
     peer.close();
     ASSERT_TRUE(pumpUntil([this] { return directorySockets_ == 0; }));
@@ -336,13 +336,13 @@ TEST_F(DirectoryServer, ARefusedConnectionIsTriedAgain)
     const LogCapture log;
     quint16 port = 0;
     {
-        const RawListener gone;
+        const PumpedListener gone;
         port = gone.port();
     }
     const auto heard = announce(wire::kHigher, port);
     ASSERT_TRUE(pumpUntil([&] { return !log.texts().empty(); }));
     EXPECT_THAT(log.texts(), Contains(HasSubstr("Socket error:")));
-    RawListener listener;
+    PumpedListener listener;
     heard->update(QStringLiteral("device"), listener.port());
     heard->heardFrom(localhost());
     EXPECT_EQ(listener.accept().receive(20), wire::whois(wire::kOwn));
@@ -377,16 +377,16 @@ protected:
         EXPECT_EQ(peer_->receive(44).size(), 44U);
     }
 
-    RawListener directory_;
-    RawListener service_;
+    PumpedListener directory_;
+    PumpedListener service_;
     exchangetest::FakeDiscoverer::HostRef heard_;
-    std::optional<RawPeer> peer_;
+    std::optional<PumpedPeer> peer_;
 };
 
 TEST_F(ServiceOfHigher, IsConnectedToWithAnOpeningThatNamesIt)
 {
     offer();
-    RawPeer stream = service_.accept();
+    PumpedPeer stream = service_.accept();
     const std::string opening = stream.receive(20 + 4 + 24 + 2);
     EXPECT_EQ(opening.substr(0, 48),
               wire::number32(0) + wire::uuidBytes(wire::kOwn) + wire::text("FileTransfer"));
@@ -401,7 +401,7 @@ TEST_F(ServiceOfHigher, IsConnectedToOnceHoweverOftenItIsOffered)
     offer();
     offer();
     offer();
-    RawPeer stream = service_.accept();
+    PumpedPeer stream = service_.accept();
     readyService(hosts_.at(0));
     offer();
     settle();
@@ -413,22 +413,22 @@ TEST_F(ServiceOfHigher, IsConnectedToOnceHoweverOftenItIsOffered)
 TEST_F(ServiceOfHigher, IsConnectedToAgainWithTheNextBeacon)
 {
     offer();
-    RawPeer first = service_.accept();
+    PumpedPeer first = service_.accept();
     const HostRef host = hosts_.at(0);
     const ServiceRef service = readyService(host);
     first.close();
     ASSERT_TRUE(pumpUntil([&] { return !service->isReady(); }));
     heard_->heardFrom(localhost());
-    RawPeer stream = service_.accept();
+    PumpedPeer stream = service_.accept();
     EXPECT_TRUE(readyService(host));
 }
 
 TEST_F(ServiceOfHigher, KeepsTheFirstPort)
 {
     offer();
-    RawPeer stream = service_.accept();
+    PumpedPeer stream = service_.accept();
     readyService(hosts_.at(0));
-    RawListener other;
+    PumpedListener other;
     peer_->send(wire::serviceInfo(wire::kHigher, "FileTransfer", other.port()));
     settle();
     EXPECT_FALSE(other.hasPending());
@@ -465,7 +465,7 @@ TEST_F(ServiceOfHigher, TellsOfANewServiceOnce)
 TEST_F(ServiceOfHigher, AnAddressThatIsHeardNoMoreLosesItsConnections)
 {
     offer();
-    RawPeer stream = service_.accept();
+    PumpedPeer stream = service_.accept();
     const HostRef host = hosts_.at(0);
     const ServiceRef service = readyService(host);
     ASSERT_TRUE(pumpUntil([&] { return host->isConnected(); }));
@@ -483,10 +483,10 @@ TEST_F(ServiceOfHigher, AnAddressThatIsHeardNoMoreLosesItsConnections)
 TEST_F(DirectoryServer, HearsNothingMoreOnceItIsShutDown)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = streamOfLower();
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = streamOfLower();
     readyService(hosts_.at(0));
-    RawPeer silent = RawPeer::connectTo(servicePort());
+    PumpedPeer silent = PumpedPeer::connectTo(servicePort());
     exchange_->shutDown();
     EXPECT_TRUE(peer.isClosed());
     EXPECT_TRUE(stream.isClosed());

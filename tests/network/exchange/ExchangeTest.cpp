@@ -10,9 +10,11 @@ ExchangeTest::ExchangeTest()
     : collector_(std::make_unique<ebo::GarbageCollection>()),
       discoverer_(ebo::makeRef<FakeDiscoverer>(wire::uuid(wire::kOwn))),
       calls_(std::make_shared<eboNetworkExchange::ThreadCalls>()),
-      exchange_(ebo::makeRef<NetworkExchange>(
-          discoverer_, calls_,
-          std::make_shared<eboDiscoverer::LocalAddresses>([this] { return ownAddresses_; })))
+      exchange_(ebo::makeRef<NetworkExchange>(discoverer_, calls_,
+                                              std::make_shared<eboDiscoverer::LocalAddresses>([this] {
+                                                  ++timesAskedForAddresses_;
+                                                  return ownAddresses_;
+                                              })))
 {
     collector_->start();
     exchange_->start({{serviceName(), false}});
@@ -36,9 +38,9 @@ ExchangeTest::~ExchangeTest()
     ebo::deliverDeferredDeletions();
 }
 
-RawPeer ExchangeTest::identifiedPeer(int from)
+PumpedPeer ExchangeTest::identifiedPeer(int from)
 {
-    RawPeer peer = RawPeer::connectTo(directoryPort(), from);
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort(), from);
     peer.send(wire::whois(wire::kLower));
     const std::string greeting =
         wire::whois(wire::kOwn) + wire::serviceInfo(wire::kOwn, "FileTransfer", servicePort());
@@ -46,9 +48,9 @@ RawPeer ExchangeTest::identifiedPeer(int from)
     return peer;
 }
 
-RawPeer ExchangeTest::streamOfLower(int from)
+PumpedPeer ExchangeTest::streamOfLower(int from)
 {
-    RawPeer peer = RawPeer::connectTo(servicePort(), from);
+    PumpedPeer peer = PumpedPeer::connectTo(servicePort(), from);
     peer.send(wire::serviceInfo(wire::kLower, "FileTransfer", 1));
     return peer;
 }
@@ -62,7 +64,7 @@ void ExchangeTest::hearBeacon(const FakeDiscoverer::HostRef& heard, const QHostA
     EXPECT_TRUE(pumpUntil([&over] { return over.hasExpired(); }));
 }
 
-bool ExchangeTest::isAnswered(RawPeer& peer)
+bool ExchangeTest::isAnswered(PumpedPeer& peer)
 {
     const std::string question = wire::ping(wire::kLower, wire::kNobody, 77);
     const std::string answer = wire::ping(wire::kLower, wire::kOwn, 77);

@@ -2,7 +2,7 @@
 
 #include "network/exchange/FakeDiscoverer.h"
 #include "network/exchange/NetworkExchange.h"
-#include "network/exchange/RawPeer.h"
+#include "network/exchange/PumpedPeer.h"
 #include "network/exchange/pump.h"
 #include "network/exchange/wire.h"
 #include "runtime/GarbageCollection.h"
@@ -34,10 +34,10 @@ protected:
 
     /// A directory connection of the lower device, which has said who it is; what it was greeted with has
     /// been read.
-    RawPeer identifiedPeer(int from = 1);
+    PumpedPeer identifiedPeer(int from = 1);
 
     /// A service connection of the lower device.
-    RawPeer streamOfLower(int from = 1);
+    PumpedPeer streamOfLower(int from = 1);
 
     /// Waits until the host's service is there and ready.
     ServiceRef readyService(const HostRef& host);
@@ -46,12 +46,13 @@ protected:
     void hearBeacon(const FakeDiscoverer::HostRef& heard, const QHostAddress& from = localhost());
 
     /// Whether the peer is still talked to: a question of its is answered.
-    [[nodiscard]] static bool isAnswered(RawPeer& peer);
+    [[nodiscard]] static bool isAnswered(PumpedPeer& peer);
 
     std::unique_ptr<ebo::GarbageCollection> collector_;
     ebo::refptr<FakeDiscoverer> discoverer_;
     std::shared_ptr<eboNetworkExchange::ThreadCalls> calls_;
     eboDiscoverer::LocalAddresses::Entries ownAddresses_ = eboDiscoverer::LocalAddresses::listOfSystem();
+    int timesAskedForAddresses_ = 0;
     ebo::refptr<eboNetworkExchange::NetworkExchange> exchange_;
     QList<HostRef> hosts_;      // as the exchange tells of them
     int directorySockets_ = 0;  // likewise

@@ -9,8 +9,8 @@ namespace {
 
 using exchangetest::ExchangeTest;
 using exchangetest::FakeNetwork;
+using exchangetest::PumpedPeer;
 using exchangetest::pumpUntil;
-using exchangetest::RawPeer;
 using testing::ElementsAre;
 using testing::IsEmpty;
 namespace wire = exchangetest::wire;
@@ -46,29 +46,29 @@ TEST_F(HostEnumerator, ListsADeviceOnceItIsConnectedAndItsServiceIsReady)
 {
     begin();
     EXPECT_THAT(told_, IsEmpty());
-    RawPeer peer = identifiedPeer();
+    PumpedPeer peer = identifiedPeer();
     EXPECT_THAT(told_, IsEmpty());
-    RawPeer stream = streamOfLower();
+    PumpedPeer stream = streamOfLower();
     readyService(host());
     EXPECT_THAT(told_, ElementsAre("added device"));
-    RawPeer second = streamOfLower();
+    PumpedPeer second = streamOfLower();
     EXPECT_THAT(enumerator_.hosts(), ElementsAre(host()));
 }
 
 TEST_F(HostEnumerator, AReadyServiceOfADeviceThatIsNotConnectedIsNotEnough)
 {
     begin();
-    RawPeer stream = streamOfLower();
+    PumpedPeer stream = streamOfLower();
     readyService(host());
     EXPECT_THAT(told_, IsEmpty());
-    RawPeer peer = identifiedPeer();
+    PumpedPeer peer = identifiedPeer();
     EXPECT_THAT(told_, ElementsAre("added device"));
 }
 
 TEST_F(HostEnumerator, KnowsTheDevicesThatWereThereBefore)
 {
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = streamOfLower();
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = streamOfLower();
     readyService(host());
     network_->add(host());
     enumerator_.start();
@@ -81,8 +81,8 @@ TEST_F(HostEnumerator, KnowsTheDevicesThatWereThereBefore)
 
 TEST_F(HostEnumerator, ADeviceThatHasGoneBeforeItWasLookedAtIsNotListed)
 {
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = streamOfLower();
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = streamOfLower();
     readyService(host());
     network_->add(host());
     enumerator_.start();
@@ -95,8 +95,8 @@ TEST_F(HostEnumerator, ADeviceThatHasGoneBeforeItWasLookedAtIsNotListed)
 TEST_F(HostEnumerator, AListedDeviceStaysUntilItGoes)
 {
     begin();
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = streamOfLower();
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = streamOfLower();
     readyService(host());
     stream.close();
     peer.close();
@@ -110,8 +110,8 @@ TEST_F(HostEnumerator, CanDropADeviceWithItsService)
 {
     enumerator_.setKeepWhileConnected(false);
     begin();
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = streamOfLower();
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = streamOfLower();
     const ServiceRef service = readyService(host());
     const testsupport::LogCapture log;
     stream.close();
@@ -125,7 +125,7 @@ TEST_F(HostEnumerator, CanListDevicesThatAreNotConnected)
 {
     enumerator_.setRequireConnected(false);
     begin();
-    RawPeer stream = streamOfLower();
+    PumpedPeer stream = streamOfLower();
     readyService(host());
     EXPECT_THAT(told_, ElementsAre("added device"));
 }
@@ -138,8 +138,8 @@ TEST_F(HostEnumerator, LetsListedDevicesBroadcastTheirServices)
                      [&broadcasts] { ++broadcasts; });
     enumerator_.broadcastServices();
     EXPECT_EQ(broadcasts, 0);
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = streamOfLower();
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = streamOfLower();
     readyService(host());
     enumerator_.broadcastServices();
     EXPECT_EQ(broadcasts, 1);

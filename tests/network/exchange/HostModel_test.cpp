@@ -12,7 +12,7 @@ using eboNetworkExchange::HostModel;
 using eboNetworkExchange::ServiceFilteredHostModel;
 using exchangetest::ExchangeTest;
 using exchangetest::FakeNetwork;
-using exchangetest::RawPeer;
+using exchangetest::PumpedPeer;
 namespace wire = exchangetest::wire;
 
 struct HostModelTest : ExchangeTest {
@@ -45,11 +45,11 @@ TEST_F(HostModelTest, TellsWhatTheNetworkKnows)
     int changes = 0;
     QObject::connect(model_.get(), &QAbstractItemModel::dataChanged, [&changes] { ++changes; });
     EXPECT_FALSE(data(HostModel::kConnectedRole).toBool());
-    RawPeer peer = identifiedPeer();
+    PumpedPeer peer = identifiedPeer();
     EXPECT_EQ(changes, 1);
     EXPECT_TRUE(data(HostModel::kConnectedRole).toBool());
     EXPECT_EQ(data(HostModel::kPingRole).toLongLong(), -1);
-    RawPeer stream = streamOfLower();
+    PumpedPeer stream = streamOfLower();
     readyService(hosts_.at(0));
     EXPECT_EQ(data(HostModel::kServicesRole).toStringList(), QStringList{serviceName()});
     network_->remove(hosts_.at(0));

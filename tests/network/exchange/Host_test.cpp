@@ -7,8 +7,8 @@
 namespace {
 
 using exchangetest::ExchangeTest;
+using exchangetest::PumpedPeer;
 using exchangetest::pumpUntil;
-using exchangetest::RawPeer;
 namespace wire = exchangetest::wire;
 
 class Host : public ExchangeTest {
@@ -50,7 +50,7 @@ TEST_F(Host, DoesNotKeepTheDeviceThatDiscoveryHasForgotten)
 
 TEST_F(Host, IsNotConnectedToADeviceThatDiscoveryHasDropped)
 {
-    RawPeer peer = identifiedPeer();
+    PumpedPeer peer = identifiedPeer();
     EXPECT_TRUE(host()->isConnected());
     heard_->deactivate();
     EXPECT_FALSE(host()->isConnected());
@@ -63,8 +63,8 @@ TEST_F(Host, TellsOfItsConnectionsAsTheyComeAndGo)
                      exchange_.get(), [&told] { told += "number "; });
     QObject::connect(host().get(), &eboNetworkExchange::Host::isConnectedChanged, exchange_.get(),
                      [&told](const HostRef& which) { told += which->isConnected() ? "up " : "down "; });
-    RawPeer first = identifiedPeer(1);
-    RawPeer second = identifiedPeer(2);
+    PumpedPeer first = identifiedPeer(1);
+    PumpedPeer second = identifiedPeer(2);
     EXPECT_EQ(told, "number up number ");
     first.close();
     ASSERT_TRUE(pumpUntil([this] { return directorySockets_ == 1; }));
@@ -79,8 +79,8 @@ TEST_F(Host, EveryAddressHasThePingOfItsConnections)
     int told = 0;
     QObject::connect(host().get(), &eboNetworkExchange::Host::pingChanged, exchange_.get(),
                      [&told] { ++told; });
-    RawPeer first = identifiedPeer(1);
-    RawPeer second = identifiedPeer(2);
+    PumpedPeer first = identifiedPeer(1);
+    PumpedPeer second = identifiedPeer(2);
     EXPECT_EQ(host()->ping(), -1);
     constexpr std::uint64_t kLong = 0xf000000000000000;  // of a clock that runs from 0
     first.send(wire::ping(wire::kOwn, wire::kLower, kLong));

@@ -1,6 +1,6 @@
 #include "network/exchange/PacketStream.h"
 
-#include "network/exchange/RawPeer.h"
+#include "network/exchange/PumpedPeer.h"
 #include "network/exchange/pump.h"
 #include "network/exchange/wire.h"
 #include "support/LogCapture.h"
@@ -12,9 +12,9 @@
 
 namespace {
 
+using exchangetest::PumpedListener;
+using exchangetest::PumpedPeer;
 using exchangetest::pumpUntil;
-using exchangetest::RawListener;
-using exchangetest::RawPeer;
 using exchangetest::wire::number32;
 using exchangetest::wire::packet;
 using testing::Contains;
@@ -80,7 +80,7 @@ TEST(PacketStreamOnAStingySocket, SkipsASizeThatCannotBeRead)
 struct PacketStreamTest : testing::Test {
     PacketStreamTest()
     {
-        RawListener listener;
+        PumpedListener listener;
         auto socket = std::make_unique<QTcpSocket>();
         socket->connectToHost(QHostAddress(QHostAddress::LocalHost), listener.port());
         EXPECT_TRUE(socket->waitForConnected());
@@ -118,7 +118,7 @@ struct PacketStreamTest : testing::Test {
         return result;
     }
 
-    std::optional<RawPeer> peer_;
+    std::optional<PumpedPeer> peer_;
     QPointer<QTcpSocket> socket_;
     std::unique_ptr<PacketStream> stream_;
     int ready_ = 0;

@@ -8,9 +8,9 @@
 namespace {
 
 using exchangetest::ExchangeTest;
+using exchangetest::PumpedListener;
+using exchangetest::PumpedPeer;
 using exchangetest::pumpUntil;
-using exchangetest::RawListener;
-using exchangetest::RawPeer;
 using testing::ElementsAre;
 using testsupport::LogCapture;
 namespace wire = exchangetest::wire;
@@ -34,9 +34,9 @@ protected:
     [[nodiscard]] ServiceRef service() { return readyService(host()); }
 
     /// A stream, once it is one of so many.
-    RawPeer stream(int from)
+    PumpedPeer stream(int from)
     {
-        RawPeer peer = streamOfLower(from);
+        PumpedPeer peer = streamOfLower(from);
         peer.send(wire::packet("here"));
         EXPECT_TRUE(pumpUntil([this] {
             const ServiceRef made = host()->service(serviceName());
@@ -46,7 +46,7 @@ protected:
     }
 
     /// Lets a directory connection measure its way.
-    void measure(RawPeer& peer, std::uint64_t timeStamp)
+    void measure(PumpedPeer& peer, std::uint64_t timeStamp)
     {
         peer.send(wire::ping(wire::kOwn, wire::kLower, timeStamp) +
                   wire::ping(wire::kLower, wire::kNobody, 0));
@@ -58,12 +58,12 @@ protected:
 
 TEST_F(Service, WritesByTheWayWithTheLowestPing)
 {
-    RawPeer near = identifiedPeer(1);
-    RawPeer far = identifiedPeer(2);
+    PumpedPeer near = identifiedPeer(1);
+    PumpedPeer far = identifiedPeer(2);
     measure(near, kShortWay);
     measure(far, kLongWay);
-    RawPeer farStream = stream(2);
-    RawPeer nearStream = stream(1);
+    PumpedPeer farStream = stream(2);
+    PumpedPeer nearStream = stream(1);
     EXPECT_TRUE(service()->writePacket("mail"));
     EXPECT_EQ(nearStream.receive(8), wire::packet("mail"));
     measure(near, kLongWay - 1);
@@ -75,11 +75,11 @@ TEST_F(Service, WritesByTheWayWithTheLowestPing)
 
 TEST_F(Service, AWayThatHasNotBeenMeasuredComesFirst)
 {
-    RawPeer measured = identifiedPeer(1);
-    RawPeer measuredStream = stream(1);
+    PumpedPeer measured = identifiedPeer(1);
+    PumpedPeer measuredStream = stream(1);
     measure(measured, kShortWay);
-    RawPeer fresh = identifiedPeer(2);
-    RawPeer freshStream = stream(2);
+    PumpedPeer fresh = identifiedPeer(2);
+    PumpedPeer freshStream = stream(2);
     EXPECT_TRUE(service()->writePacket("mail"));
     EXPECT_EQ(freshStream.receive(8), wire::packet("mail"));
     EXPECT_EQ(measuredStream.received(), "");
@@ -87,11 +87,11 @@ TEST_F(Service, AWayThatHasNotBeenMeasuredComesFirst)
 
 TEST_F(Service, WithoutAStreamOnTheLowestWayWritesByTheFirstAndReportsFailure)
 {
-    RawPeer measured = identifiedPeer(1);
+    PumpedPeer measured = identifiedPeer(1);
     measure(measured, kShortWay);
-    RawPeer first = stream(1);
-    RawPeer second = stream(3);
-    RawPeer fresh = identifiedPeer(2);
+    PumpedPeer first = stream(1);
+    PumpedPeer second = stream(3);
+    PumpedPeer fresh = identifiedPeer(2);
     EXPECT_FALSE(service()->writePacket("mail"));
     EXPECT_EQ(first.receive(8), wire::packet("mail"));
     EXPECT_EQ(second.received(), "");
@@ -99,8 +99,8 @@ TEST_F(Service, WithoutAStreamOnTheLowestWayWritesByTheFirstAndReportsFailure)
 
 TEST_F(Service, CannotWriteWithoutAStream)
 {
-    RawPeer peer = identifiedPeer();
-    RawPeer only = stream(1);
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer only = stream(1);
     const ServiceRef orphan = service();
     only.close();
     ASSERT_TRUE(pumpUntil([&] { return !orphan->isReady(); }));
@@ -112,7 +112,7 @@ TEST_F(Service, CannotWriteWithoutAStream)
 
 TEST_F(Service, CannotWriteWithoutADirectoryConnection)
 {
-    RawPeer only = streamOfLower();
+    PumpedPeer only = streamOfLower();
     const ServiceRef made = service();
     const LogCapture log;
     EXPECT_FALSE(made->writePacket("mail"));
@@ -124,8 +124,8 @@ TEST_F(Service, CannotWriteWithoutADirectoryConnection)
 
 TEST_F(Service, CannotWriteToADeviceThatHasGone)
 {
-    RawPeer peer = identifiedPeer();
-    RawPeer only = stream(1);
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer only = stream(1);
     const ServiceRef left = service();
     const ebo::weakptr<eboNetworkExchange::Host> gone(host());
     discoverer_->lose(heard_);
@@ -137,8 +137,8 @@ TEST_F(Service, CannotWriteToADeviceThatHasGone)
 
 TEST_F(Service, AnEmptyPacketIsConsumedAndReadsAsNothing)
 {
-    RawPeer directory = identifiedPeer();
-    RawPeer peer = stream(1);
+    PumpedPeer directory = identifiedPeer();
+    PumpedPeer peer = stream(1);
     peer.send(wire::packet("") + wire::packet(""));
     peer.send(wire::number32(0));  // lets the second one complete
     ASSERT_TRUE(pumpUntil([this] { return service()->packetsAvailable(); }));
@@ -151,9 +151,9 @@ TEST_F(Service, AnEmptyPacketIsConsumedAndReadsAsNothing)
 
 TEST_F(Service, PacketsKeepTheirOrderWithinAStreamOnly)
 {
-    RawPeer directory = identifiedPeer();
-    RawPeer first = stream(1);
-    RawPeer second = stream(2);
+    PumpedPeer directory = identifiedPeer();
+    PumpedPeer first = stream(1);
+    PumpedPeer second = stream(2);
     second.send(wire::packet("s1") + wire::packet("s2"));
     ASSERT_TRUE(pumpUntil([this] { return service()->packetsAvailable(); }));
     int ready = 0;
@@ -169,11 +169,11 @@ TEST_F(Service, PacketsKeepTheirOrderWithinAStreamOnly)
 
 TEST_F(Service, AStreamWithPacketsInItTellsOfThemOnce)
 {
-    RawListener listener;
+    PumpedListener listener;
     auto socket = std::make_unique<QTcpSocket>();
     socket->connectToHost(QHostAddress(QHostAddress::LocalHost), listener.port());
     ASSERT_TRUE(socket->waitForConnected());
-    RawPeer peer = listener.accept();
+    PumpedPeer peer = listener.accept();
     peer.send(wire::packet("one") + wire::packet("two") + wire::packet("three"));
     ASSERT_TRUE(socket->waitForReadyRead());
     const auto own =
@@ -192,8 +192,8 @@ TEST_F(Service, AStreamWithPacketsInItTellsOfThemOnce)
 
 TEST_F(Service, CanBeWrittenAndReadOnOtherThreads)
 {
-    RawPeer peer = identifiedPeer();
-    RawPeer only = stream(1);
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer only = stream(1);
     const ServiceRef shared = service();
     auto writer = std::async(std::launch::async, [&] { return shared->writePacket("mail"); });
     EXPECT_EQ(only.receive(8), wire::packet("mail"));
@@ -208,8 +208,8 @@ TEST_F(Service, CanBeWrittenAndReadOnOtherThreads)
 
 TEST_F(Service, CanBeWrittenWithoutWaiting)
 {
-    RawPeer peer = identifiedPeer();
-    RawPeer only = stream(1);
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer only = stream(1);
     const ServiceRef shared = service();
     std::async(std::launch::async, [&] { shared->writePacketNonBlocking("mail"); }).wait();
     EXPECT_EQ(only.receive(8), wire::packet("mail"));
@@ -219,8 +219,8 @@ TEST_F(Service, CanBeWrittenWithoutWaiting)
 
 TEST_F(Service, LetsNobodyWaitForANetworkThatHasEnded)
 {
-    RawPeer peer = identifiedPeer();
-    RawPeer only = stream(1);
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer only = stream(1);
     const ServiceRef shared = service();
     std::promise<void> begun;
     auto writer = std::async(std::launch::async, [&] {

@@ -17,8 +17,8 @@
 namespace {
 
 using exchangetest::ExchangeTest;
+using exchangetest::PumpedPeer;
 using exchangetest::pumpUntil;
-using exchangetest::RawPeer;
 namespace wire = exchangetest::wire;
 
 class HostilePeer : public ExchangeTest {
@@ -35,8 +35,8 @@ protected:
     {
         if (hosts_.isEmpty())
             announce(wire::kLower, 1);
-        RawPeer good = identifiedPeer();
-        RawPeer stream = streamOfLower();
+        PumpedPeer good = identifiedPeer();
+        PumpedPeer stream = streamOfLower();
         stream.send(wire::packet("good"));
         const ServiceRef service = readyService(hosts_.at(0));
         ASSERT_TRUE(pumpUntil([&] { return service->packetsAvailable(); }));
@@ -48,9 +48,9 @@ protected:
 
 TEST_F(HostilePeer, FiveHundredThatNeverSayAWordHinderNobody)
 {
-    std::vector<RawPeer> silent;
+    std::vector<PumpedPeer> silent;
     for (int i = 0; i < 500; ++i) {
-        silent.push_back(RawPeer::connectTo(directoryPort()));
+        silent.push_back(PumpedPeer::connectTo(directoryPort()));
         ASSERT_TRUE(pumpUntil([this, i] { return directorySockets_ == i + 1; }));
     }
     expectGoodDeviceServed();
@@ -71,10 +71,10 @@ TEST_F(HostilePeer, OfTooManyStrangersTheOldestGoAndDevicesStay)
     if (limit.rlim_cur < kDescriptors)
         GTEST_SKIP() << "needs more descriptors than this system gives";
     announce(wire::kLower, 1);
-    RawPeer device = identifiedPeer();
-    std::vector<RawPeer> strangers;
+    PumpedPeer device = identifiedPeer();
+    std::vector<PumpedPeer> strangers;
     for (int i = 0; i < kMost; ++i) {
-        strangers.push_back(RawPeer::connectTo(directoryPort()));
+        strangers.push_back(PumpedPeer::connectTo(directoryPort()));
         EXPECT_EQ(strangers.back().receive(20), wire::whois(wire::kOwn));
     }
     EXPECT_TRUE(strangers.front().isClosed());
@@ -84,9 +84,9 @@ TEST_F(HostilePeer, OfTooManyStrangersTheOldestGoAndDevicesStay)
 
 TEST_F(HostilePeer, OfServiceConnectionsWithoutAnOpeningTheOldestGo)
 {
-    std::vector<RawPeer> silent;
+    std::vector<PumpedPeer> silent;
     for (int i = 0; i < eboDiscoverer::PeerBudget::kOpenings + 1; ++i) {
-        silent.push_back(RawPeer::connectTo(servicePort()));
+        silent.push_back(PumpedPeer::connectTo(servicePort()));
         QCoreApplication::processEvents();
     }
     EXPECT_TRUE(silent.front().isClosed());
@@ -98,7 +98,7 @@ TEST_F(HostilePeer, EveryMessageByteByByte)
     const std::string all = wire::whois(wire::kLower) + wire::serviceInfo(wire::kHigher, "FileTransfer", 9) +
                             wire::ping(wire::kLower, wire::kNobody, 1) +
                             wire::ping(wire::kOwn, wire::kLower, 1) + wire::number32(0xffffffff);
-    RawPeer peer = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
     peer.sendSlowly(all);
     expectGoodDeviceServed();
 }
@@ -112,7 +112,7 @@ TEST_F(HostilePeer, GarbageOnEveryPort)
             byte = static_cast<char>(random());
         if (round % 2 == 0 && bytes.size() > 4)  // a type that is known, the rest wild
             bytes.replace(0, 4, wire::number32(static_cast<std::uint32_t>(random() % 3)));
-        RawPeer peer = RawPeer::connectTo(round % 4 < 2 ? directoryPort() : servicePort());
+        PumpedPeer peer = PumpedPeer::connectTo(round % 4 < 2 ? directoryPort() : servicePort());
         peer.send(bytes);
         QCoreApplication::processEvents();
     }
@@ -121,7 +121,7 @@ TEST_F(HostilePeer, GarbageOnEveryPort)
 
 TEST_F(HostilePeer, AnOpeningWithoutAnEndIsClosed)
 {
-    RawPeer peer = RawPeer::connectTo(servicePort());
+    PumpedPeer peer = PumpedPeer::connectTo(servicePort());
     peer.send(wire::number32(0) + wire::uuidBytes(wire::kLower) + wire::number32(0x7ffffffe) +
               std::string(2048, 'x'));
     EXPECT_TRUE(peer.isClosed());
@@ -130,8 +130,8 @@ TEST_F(HostilePeer, AnOpeningWithoutAnEndIsClosed)
 TEST_F(HostilePeer, WildSizesInAStreamCostTheirBytes)
 {
     announce(wire::kLower, 1);
-    RawPeer peer = identifiedPeer();
-    RawPeer stream = streamOfLower();
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer stream = streamOfLower();
     const ServiceRef service = readyService(hosts_.at(0));
     const std::string largest(65534, 'l');
     stream.send(wire::number32(0xffffffff) + wire::number32(65535) + wire::number32(65536) +
@@ -146,7 +146,7 @@ TEST_F(HostilePeer, WildSizesInAStreamCostTheirBytes)
 
 TEST_F(HostilePeer, OneThatAsksAndNeverReadsIsDropped)
 {
-    RawPeer peer = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
     std::string many;
     for (int i = 0; i < 1000; ++i)
         many += wire::ping(wire::kLower, wire::kNobody, 1);
@@ -162,7 +162,7 @@ TEST_F(HostilePeer, ResetsAtEveryMoment)
     announce(wire::kLower, 1);
     const std::string talk = wire::whois(wire::kLower) + wire::ping(wire::kLower, wire::kNobody, 1);
     for (std::size_t size = 0; size <= talk.size(); ++size) {
-        RawPeer peer = RawPeer::connectTo(directoryPort());
+        PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
         peer.send(talk.substr(0, size));
         if (size % 2 == 0)
             QCoreApplication::processEvents();
@@ -176,7 +176,7 @@ TEST_F(HostilePeer, ClaimingTheNamesOfEverybodyLeavesNothingBehind)
 {
     announce(wire::kHigher, 0);
     for (int i = 0; i < 50; ++i) {
-        RawPeer peer = RawPeer::connectTo(directoryPort());
+        PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
         peer.send(wire::whois(wire::kOwn) + wire::whois(wire::kHigher) + wire::whois(wire::kNobody) +
                   wire::ping(wire::kLower, wire::kNobody, 1));
         peer.receive(64);
@@ -205,16 +205,16 @@ protected:
         ::setrlimit(RLIMIT_NOFILE, &limit);
 
         // One each that is taken in before: what fails next is then not the first thing that happens.
-        RawPeer earlyDirectory = RawPeer::connectTo(directoryPort());
-        RawPeer earlyService = RawPeer::connectTo(servicePort());
+        PumpedPeer earlyDirectory = PumpedPeer::connectTo(directoryPort());
+        PumpedPeer earlyService = PumpedPeer::connectTo(servicePort());
         const bool isAnsweredBefore = earlyDirectory.receive(20).size() == 20 &&
                                       pumpUntil([this] { return exchange_->socketCount() == 2; });
 
         int refusals = 0;
         QObject::connect(exchange_->serviceServers().first().get(), &QTcpServer::acceptError,
                          [&refusals] { ++refusals; });
-        RawPeer directory = RawPeer::unconnected();
-        RawPeer service = RawPeer::unconnected();
+        PumpedPeer directory = PumpedPeer::unconnected();
+        PumpedPeer service = PumpedPeer::unconnected();
         std::vector<int> used;
         for (int copy = ::dup(STDIN_FILENO); copy != -1; copy = ::dup(STDIN_FILENO))
             used.push_back(copy);

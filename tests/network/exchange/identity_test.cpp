@@ -8,9 +8,9 @@
 namespace {
 
 using exchangetest::ExchangeTest;
+using exchangetest::PumpedListener;
+using exchangetest::PumpedPeer;
 using exchangetest::pumpUntil;
-using exchangetest::RawListener;
-using exchangetest::RawPeer;
 using testing::Contains;
 using testing::HasSubstr;
 namespace wire = exchangetest::wire;
@@ -22,11 +22,11 @@ class Identity : public ExchangeTest {};
 TEST_F(Identity, OfADeviceIsBelievedOnlyAtAnAddressWhereItIsHeard)
 {
     const auto heard = announce(wire::kLower, 1);
-    RawPeer liar = RawPeer::connectTo(directoryPort(), 2);
+    PumpedPeer liar = PumpedPeer::connectTo(directoryPort(), 2);
     liar.send(wire::whois(wire::kLower));
     EXPECT_TRUE(isAnswered(liar));
     EXPECT_FALSE(hosts_.at(0)->isConnected());
-    RawPeer honest = identifiedPeer(1);
+    PumpedPeer honest = identifiedPeer(1);
     EXPECT_TRUE(hosts_.at(0)->isConnected());
     EXPECT_EQ(hosts_.at(0)->directorySockets().size(), 1);
 }
@@ -34,7 +34,7 @@ TEST_F(Identity, OfADeviceIsBelievedOnlyAtAnAddressWhereItIsHeard)
 TEST_F(Identity, IsBelievedAsSoonAsItIsHeardThere)
 {
     const auto heard = announce(wire::kLower, 1);
-    RawPeer early = RawPeer::connectTo(directoryPort(), 2);
+    PumpedPeer early = PumpedPeer::connectTo(directoryPort(), 2);
     early.send(wire::whois(wire::kLower));
     ASSERT_TRUE(isAnswered(early));
     EXPECT_FALSE(hosts_.at(0)->isConnected());
@@ -46,7 +46,7 @@ TEST_F(Identity, IsBelievedAsSoonAsItIsHeardThere)
 
 TEST_F(Identity, IsTheLastOneThatWasClaimed)
 {
-    RawPeer peer = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
     const wire::Uuid other = wire::kLowerToo;
     peer.send(wire::whois(other) + wire::whois(wire::kLower));
     ASSERT_TRUE(isAnswered(peer));
@@ -59,7 +59,7 @@ TEST_F(Identity, IsTheLastOneThatWasClaimed)
 TEST_F(Identity, OfAHigherDeviceIsNotBelievedOfOneThatConnectsToUs)
 {
     announce(wire::kHigher, 0);
-    RawPeer peer = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = PumpedPeer::connectTo(directoryPort());
     peer.send(wire::whois(wire::kHigher));
     EXPECT_TRUE(isAnswered(peer));
     EXPECT_FALSE(hosts_.at(0)->isConnected());
@@ -67,10 +67,10 @@ TEST_F(Identity, OfAHigherDeviceIsNotBelievedOfOneThatConnectsToUs)
 
 TEST_F(Identity, OfALowerDeviceIsNotBelievedOfOneWeConnectTo)
 {
-    RawListener listener;
+    PumpedListener listener;
     announce(wire::kHigher, listener.port());
     announce(wire::kLower, 1);
-    RawPeer peer = listener.accept();
+    PumpedPeer peer = listener.accept();
     peer.send(wire::whois(wire::kLower));
     EXPECT_TRUE(isAnswered(peer));
     EXPECT_FALSE(hosts_.at(1)->isConnected());
@@ -78,18 +78,18 @@ TEST_F(Identity, OfALowerDeviceIsNotBelievedOfOneWeConnectTo)
 
 TEST_F(Identity, ServiceIsAnnouncedByTheDeviceItselfOnly)
 {
-    RawListener directory;
-    RawListener service;
-    RawListener trap;
+    PumpedListener directory;
+    PumpedListener service;
+    PumpedListener trap;
     announce(wire::kHigher, directory.port());
-    RawPeer peer = directory.accept();
-    RawPeer liar = RawPeer::connectTo(directoryPort());
+    PumpedPeer peer = directory.accept();
+    PumpedPeer liar = PumpedPeer::connectTo(directoryPort());
     liar.send(wire::serviceInfo(wire::kHigher, "FileTransfer", trap.port()));
     ASSERT_TRUE(isAnswered(liar));
     peer.send(wire::serviceInfo(wire::kHigher, "FileTransfer", trap.port()));
     ASSERT_TRUE(isAnswered(peer)) << "it has not said who it is";
     peer.send(wire::whois(wire::kHigher) + wire::serviceInfo(wire::kHigher, "FileTransfer", service.port()));
-    RawPeer stream = service.accept();
+    PumpedPeer stream = service.accept();
     EXPECT_FALSE(trap.hasPending());
     liar.send(wire::serviceInfo(wire::kHigher, "FileTransfer", trap.port()));
     ASSERT_TRUE(isAnswered(liar));
@@ -101,10 +101,10 @@ TEST_F(Identity, ServiceConnectionInTheNameOfAnotherIsClosed)
     const testsupport::LogCapture log;
     announce(wire::kLower, 1);
     announce(wire::kHigher, 0);
-    RawPeer peer = identifiedPeer();
-    RawPeer fromElsewhere = streamOfLower(2);
+    PumpedPeer peer = identifiedPeer();
+    PumpedPeer fromElsewhere = streamOfLower(2);
     EXPECT_TRUE(fromElsewhere.isClosed());
-    RawPeer ofHigher = RawPeer::connectTo(servicePort());
+    PumpedPeer ofHigher = PumpedPeer::connectTo(servicePort());
     ofHigher.send(wire::serviceInfo(wire::kHigher, "FileTransfer", 1));
     EXPECT_TRUE(ofHigher.isClosed()) << "that one waits for us to connect";
     EXPECT_TRUE(hosts_.at(0)->services().isEmpty());

@@ -5,9 +5,9 @@
 namespace {
 
 using exchangetest::ExchangeTest;
+using exchangetest::PumpedListener;
+using exchangetest::PumpedPeer;
 using exchangetest::pumpUntil;
-using exchangetest::RawListener;
-using exchangetest::RawPeer;
 namespace wire = exchangetest::wire;
 using Entries = QList<eboDiscoverer::LocalEntry>;
 
@@ -17,8 +17,8 @@ TEST_F(OwnAddress, ThatHasGoneTakesItsConnections)
 {
     const auto heard = announce(wire::kLower, 1);
     heard->heardFrom(QHostAddress(QStringLiteral("127.0.0.2")));
-    RawPeer one = identifiedPeer(1);
-    RawPeer two = identifiedPeer(2);
+    PumpedPeer one = identifiedPeer(1);
+    PumpedPeer two = identifiedPeer(2);
     ownAddresses_ = Entries{};
     hearBeacon(heard);
     EXPECT_TRUE(one.isClosed());
@@ -28,7 +28,7 @@ TEST_F(OwnAddress, ThatHasGoneTakesItsConnections)
 TEST_F(OwnAddress, ThatHasGoneLeavesTheLastConnection)
 {
     const auto heard = announce(wire::kLower, 1);
-    RawPeer only = identifiedPeer();
+    PumpedPeer only = identifiedPeer();
     ownAddresses_ = Entries{};
     hearBeacon(heard);
     EXPECT_TRUE(isAnswered(only));
@@ -36,12 +36,12 @@ TEST_F(OwnAddress, ThatHasGoneLeavesTheLastConnection)
 
 TEST_F(OwnAddress, ThatHasGoneTakesItsStreams)
 {
-    RawListener directory;
-    RawListener service;
+    PumpedListener directory;
+    PumpedListener service;
     const auto heard = announce(wire::kHigher, directory.port());
-    RawPeer peer = directory.accept();
+    PumpedPeer peer = directory.accept();
     peer.send(wire::whois(wire::kHigher) + wire::serviceInfo(wire::kHigher, "FileTransfer", service.port()));
-    RawPeer stream = service.accept();
+    PumpedPeer stream = service.accept();
     const ServiceRef ready = readyService(hosts_.at(0));
     ownAddresses_ = Entries{};
     hearBeacon(heard);
@@ -54,14 +54,14 @@ TEST_F(OwnAddress, ThatIsNotKnownTakesNothing)
 {
     const auto heard = announce(wire::kLower, 1);
     heard->heardFrom(QHostAddress(QStringLiteral("127.0.0.2")));
-    RawPeer one = identifiedPeer(1);
-    RawPeer two = identifiedPeer(2);
-    RawListener directory;
-    RawListener service;
+    PumpedPeer one = identifiedPeer(1);
+    PumpedPeer two = identifiedPeer(2);
+    PumpedListener directory;
+    PumpedListener service;
     const auto higher = announce(wire::kHigher, directory.port());
-    RawPeer peer = directory.accept();
+    PumpedPeer peer = directory.accept();
     peer.send(wire::whois(wire::kHigher) + wire::serviceInfo(wire::kHigher, "FileTransfer", service.port()));
-    RawPeer stream = service.accept();
+    PumpedPeer stream = service.accept();
     const ServiceRef ready = readyService(hosts_.at(1));
     ownAddresses_ = std::nullopt;
     hearBeacon(heard);

@@ -23,6 +23,15 @@ int makeSocket(const testsupport::NetworkNamespace& place)
     return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
 }
 
+sockaddr_in socketAddress(const std::string& address, std::uint16_t port)
+{
+    sockaddr_in result{};
+    result.sin_family = AF_INET;
+    result.sin_port = htons(port);
+    inet_pton(AF_INET, address.c_str(), &result.sin_addr);
+    return result;
+}
+
 }  // namespace
 
 PeerConnection::PeerConnection(int socket) : socket_(socket)
@@ -38,13 +47,23 @@ PeerConnection::PeerConnection(const testsupport::NetworkNamespace& place, const
                                std::uint16_t port)
     : PeerConnection(makeSocket(place))
 {
-    sockaddr_in target{};
-    target.sin_family = AF_INET;
-    target.sin_port = htons(port);
-    inet_pton(AF_INET, address.c_str(), &target.sin_addr);
-    if (connect(socket_, reinterpret_cast<const sockaddr*>(&target), sizeof target) != 0) {
+    connect(address, port);
+}
+
+PeerConnection PeerConnection::unconnected(const std::string& from)
+{
+    PeerConnection connection(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const sockaddr_in own = socketAddress(from, 0);
+    if (bind(connection.socket_, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0)
+        throw std::runtime_error("cannot be at " + from + ": " + std::strerror(errno));
+    return connection;
+}
+
+void PeerConnection::connect(const std::string& address, std::uint16_t port) const
+{
+    const sockaddr_in target = socketAddress(address, port);
+    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&target), sizeof target) != 0)
         throw std::runtime_error("cannot connect to " + address + ": " + std::strerror(errno));
-    }
 }
 
 PeerConnection::~PeerConnection()
@@ -55,6 +74,12 @@ PeerConnection::~PeerConnection()
 
 PeerConnection::PeerConnection(PeerConnection&& other) noexcept : socket_(std::exchange(other.socket_, -1)) {}
 
+PeerConnection& PeerConnection::operator=(PeerConnection&& other) noexcept
+{
+    std::swap(socket_, other.socket_);
+    return *this;
+}
+
 void PeerConnection::send(const Bytes& bytes) const
 {
     std::size_t sent = 0;
@@ -64,6 +89,14 @@ void PeerConnection::send(const Bytes& bytes) const
             throw std::runtime_error(std::string("cannot send: ") + std::strerror(errno));
         sent += static_cast<std::size_t>(step);
     }
+}
+
+std::optional<std::size_t> PeerConnection::trySend(const Bytes& bytes) const
+{
+    const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent >= 0)
+        return static_cast<std::size_t>(sent);
+    return errno == EAGAIN ? std::optional<std::size_t>(0) : std::nullopt;
 }
 
 void PeerConnection::sendBytewise(const Bytes& bytes) const
@@ -101,6 +134,12 @@ std::optional<Bytes> PeerConnection::arrived() const
         else
             return bytes;  // the end is met again next time
     }
+}
+
+void PeerConnection::resetAtTheEnd() const
+{
+    const linger atOnce{1, 0};
+    setsockopt(socket_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
 }
 
 void PeerConnection::hangUp() const { shutdown(socket_, SHUT_RDWR); }

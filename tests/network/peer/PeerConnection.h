@@ -3,6 +3,7 @@
 #include "network/peer/wire.h"
 #include "support/NetworkNamespace.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -17,15 +18,23 @@ public:
     PeerConnection(const testsupport::NetworkNamespace& place, const std::string& address,
                    std::uint16_t port);
 
+    /// A socket at an address of this process's own place, which is to be connected later.
+    static PeerConnection unconnected(const std::string& from);
+    void connect(const std::string& address, std::uint16_t port) const;
+
     /// Takes over a connection that is there.
     explicit PeerConnection(int socket);
     ~PeerConnection();
     PeerConnection(PeerConnection&& other) noexcept;
-    PeerConnection& operator=(PeerConnection&&) = delete;
+    PeerConnection& operator=(PeerConnection&& other) noexcept;
     PeerConnection(const PeerConnection&) = delete;
     PeerConnection& operator=(const PeerConnection&) = delete;
 
     void send(const Bytes& bytes) const;
+
+    /// As much as the system takes without waiting. @return how many octets; nothing at all once the other
+    /// side has closed
+    [[nodiscard]] std::optional<std::size_t> trySend(const Bytes& bytes) const;
 
     /// Each octet in a segment of its own.
     void sendBytewise(const Bytes& bytes) const;
@@ -38,6 +47,9 @@ public:
 
     /// Ends the connection for both sides; the object stays.
     void hangUp() const;
+
+    /// Lets the connection be reset, not closed, when the object goes.
+    void resetAtTheEnd() const;
 
     /// For waiting on several at once.
     [[nodiscard]] int descriptor() const { return socket_; }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace peer {
 
@@ -13,6 +14,9 @@ namespace peer {
 class PeerListener {
 public:
     explicit PeerListener(const testsupport::NetworkNamespace& place);
+
+    /// At one address of this process's own place.
+    explicit PeerListener(const std::string& address);
     ~PeerListener();
     PeerListener(const PeerListener&) = delete;
     PeerListener& operator=(const PeerListener&) = delete;
@@ -22,10 +26,15 @@ public:
     /// For waiting on several at once.
     [[nodiscard]] int descriptor() const { return socket_; }
 
+    /// Whether a connection waits.
+    [[nodiscard]] bool hasPending() const;
+
     /// A connection that waits; nothing if none does.
     [[nodiscard]] std::optional<PeerConnection> accept() const;
 
 private:
+    PeerListener(int socket, std::uint32_t address);
+
     int socket_;
     std::uint16_t port_ = 0;
 };

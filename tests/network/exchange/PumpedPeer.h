@@ -1,27 +1,27 @@
 #pragma once
 
+#include "network/peer/PeerConnection.h"
+#include "network/peer/PeerListener.h"
+
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace exchangetest {
 
-/// The other end of a connection over 127.0.0.1: a bare socket of the system, which says what it is told to.
-/// Waiting lets the events of our own end happen.
-class RawPeer {
+/// The other end of a connection over 127.0.0.1 whose near end lives on the test's own thread: waiting lets
+/// the events there happen.
+class PumpedPeer {
 public:
     /// @param from  last number of the address 127.0.0.x that it comes from
-    static RawPeer connectTo(std::uint16_t port, int from = 1);
+    static PumpedPeer connectTo(std::uint16_t port, int from = 1);
 
-    /// A socket that is to be connected later.
-    static RawPeer unconnected();
+    /// One that is to be connected later, and has its descriptor already.
+    static PumpedPeer unconnected();
     void connect(std::uint16_t port);
 
-    explicit RawPeer(int descriptor) : descriptor_(descriptor) {}
-    RawPeer(RawPeer&& other) noexcept;
-    RawPeer& operator=(RawPeer other) noexcept;
-    RawPeer(const RawPeer&) = delete;
-    ~RawPeer();
+    explicit PumpedPeer(peer::PeerConnection connection) : connection_(std::move(connection)) {}
 
     void send(const std::string& bytes);
 
@@ -37,10 +37,10 @@ public:
     /// Whether the connection has ended, as far as was read.
     [[nodiscard]] bool hasEnded() const { return ended_; }
 
-    /// Waits until our end has closed the connection; what arrives meanwhile is dropped.
+    /// Waits until the near end has closed the connection; what arrives meanwhile is dropped.
     [[nodiscard]] bool isClosed();
 
-    /// Sends a segment for every write, and waits for our end to hear it.
+    /// Sends a segment for every byte, and waits for the near end to hear it.
     void sendSlowly(const std::string& bytes);
 
     /// Ends the connection by a reset.
@@ -50,30 +50,26 @@ public:
 private:
     void readWhatIsThere();
 
-    int descriptor_;
+    std::optional<peer::PeerConnection> connection_;  // none once it is closed
     bool ended_ = false;
     std::string arrived_;
 };
 
 /// Waits for connections on a port of 127.0.0.x that the system chooses.
-class RawListener {
+class PumpedListener {
 public:
     /// @param at  last number of the address 127.0.0.x
-    explicit RawListener(int at = 1);
-    ~RawListener();
-    RawListener(const RawListener&) = delete;
-    RawListener& operator=(const RawListener&) = delete;
+    explicit PumpedListener(int at = 1);
 
-    [[nodiscard]] std::uint16_t port() const { return port_; }
+    [[nodiscard]] std::uint16_t port() const { return listener_.port(); }
 
-    RawPeer accept();
+    PumpedPeer accept();
 
     /// Whether a connection waits.
-    [[nodiscard]] bool hasPending() const;
+    [[nodiscard]] bool hasPending() const { return listener_.hasPending(); }
 
 private:
-    int descriptor_;
-    std::uint16_t port_ = 0;
+    peer::PeerListener listener_;
 };
 
 }  // namespace exchangetest
