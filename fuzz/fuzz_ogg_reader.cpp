@@ -1,5 +1,5 @@
-// Any bytes as the contents of an Ogg Vorbis file: opening, reading, seeking and cloning end cleanly, also where
-// the file fails. The pages' checksums are put right first, so that what changes gets past them.
+// Any bytes as the contents of an Ogg Vorbis file: opening, reading, seeking and cloning end cleanly, also
+// where the file fails. The pages' checksums are put right first, so that what changes gets past them.
 
 #include "formats/ogg/oggFileReader.h"
 #include "formats/ogg/oggPages.h"

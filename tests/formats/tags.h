@@ -65,9 +65,6 @@ inline std::string apeTag(std::size_t pictureBytes, bool withHead)
 }
 
 /// Lyrics of version 2.
-inline std::string lyrics3()
-{
-    return "LYRICSBEGINLYR00020la la la la la la la 000040LYRICS200";
-}
+inline std::string lyrics3() { return "LYRICSBEGINLYR00020la la la la la la la 000040LYRICS200"; }
 
 }  // namespace testsupport

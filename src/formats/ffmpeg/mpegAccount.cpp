@@ -1,8 +1,8 @@
 #include "formats/ffmpeg/mpegAccount.h"
 
 #include "formats/ffmpeg/packetHeaders.h"
-#include "formats/trailingTags.h"
 #include "formats/readAt.h"
+#include "formats/trailingTags.h"
 
 #include <algorithm>
 #include <array>
