@@ -28,8 +28,8 @@ constexpr int kMostStreams = 64;
 
 // In PCM the libraries look for compressed sound that poses as it, by default through megabytes, and for time
 // stamps, which PCM does not have. That takes time and, from a remote file, hundreds of requests; what there
-// is shows in the first packets.
-constexpr int kMostProbePackets = 16;
+// is shows in the first packets: eight hold more frames of such sound than it takes to tell.
+constexpr int kMostProbePackets = 8;
 constexpr int kMostPacketsForStamps = 4;
 
 int refuseToOpen(AVFormatContext* /*format*/, AVIOContext** /*io*/, const char* /*url*/, int /*flags*/,
