@@ -14,7 +14,7 @@ QString rejectionReason(const QByteArray& standardError)
     const int verdict = standardError.lastIndexOf(kVerdict);
     if (verdict >= 0) {
         const QByteArray rest = standardError.mid(verdict + static_cast<int>(sizeof kVerdict) - 1);
-        return QString::fromUtf8(rest.left(rest.indexOf('\n'))).trimmed();
+        return QString::fromUtf8(rest.split('\n').first()).trimmed();
     }
     // A file that failed while it was opened has no reader that could say more.
     return standardError.contains(kFailedRead) ? QStringLiteral("it could not be read to its end")
