@@ -4,6 +4,7 @@
 #include "app/TestHost.h"
 
 #include "app/protocol/messageIds.h"
+#include "support/sanitizers.h"
 #include "synth/ClickTrack.h"
 #include "synth/WavWriter.h"
 
@@ -18,12 +19,6 @@ namespace {
 
 using testing::AnyOf;
 using testing::ElementsAre;
-
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool kMemoryCanBeLimited = false;  // the sanitizer needs more than any limit
-#else
-constexpr bool kMemoryCanBeLimited = true;
-#endif
 
 class Circumstances : public testing::Test {
 protected:
@@ -55,7 +50,7 @@ protected:
 
 TEST_F(Circumstances, WithoutAThreadTheRunEndsInAnError)
 {
-    if (!kMemoryCanBeLimited)
+    if (testsupport::kIsSanitized)
         GTEST_SKIP() << "the sanitizer needs more memory than any limit";
     host_.startWorker();
     {
@@ -68,7 +63,7 @@ TEST_F(Circumstances, WithoutAThreadTheRunEndsInAnError)
 
 TEST_F(Circumstances, WithoutMemoryARunEndsOneWayOrTheOther)
 {
-    if (!kMemoryCanBeLimited)
+    if (testsupport::kIsSanitized)
         GTEST_SKIP() << "the sanitizer needs more memory than any limit";
     int errors = 0;
     for (int halfMegabytes = 4; halfMegabytes < 14; ++halfMegabytes) {
@@ -90,6 +85,8 @@ TEST_F(Circumstances, WithoutMemoryARunEndsOneWayOrTheOther)
 
 TEST_F(Circumstances, WithoutDescriptorsTheRunEndsInAnError)
 {
+    if (testsupport::kIsSanitized)
+        GTEST_SKIP() << "the sanitizer takes descriptors for itself";
     host_.startWorker();
     EXPECT_EQ(host_.run(track_).back().id, kFinished);
     const std::size_t before = processfacts::descriptors(host_.workerPid()).size();

@@ -3,18 +3,13 @@
 #include "network/sharing/SharingTest.h"
 
 #include "app/ProcessFacts.h"
+#include "support/sanitizers.h"
 
 namespace {
 
 using namespace sharing;
 using namespace eboOfflineAnalysisProtocol;
 using testing::ElementsAre;
-
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool kMemoryCanBeLimited = false;  // the sanitizer needs more than any limit
-#else
-constexpr bool kMemoryCanBeLimited = true;
-#endif
 
 class NetworkEnds : public SharingTest {
 protected:
@@ -46,7 +41,7 @@ TEST_F(NetworkEnds, ManyLocalRunsDoNotKeepTheNextRemoteOnesWaiting)
 
 TEST_F(NetworkEnds, WithoutThreadsForTheNetworkTheRunEndsInAnError)
 {
-    if (!kMemoryCanBeLimited)
+    if (testsupport::kIsSanitized)
         GTEST_SKIP() << "the sanitizer needs more memory than any limit";
     constexpr int kEnough = 16;  // for the stacks of the two threads of Qt's own
     for (int megabytes = 2; megabytes < kEnough; megabytes += 2) {
@@ -65,6 +60,8 @@ TEST_F(NetworkEnds, WithoutThreadsForTheNetworkTheRunEndsInAnError)
 
 TEST_F(NetworkEnds, WithoutDescriptorsForTheNetworkTheRunEndsInAnError)
 {
+    if (testsupport::kIsSanitized)
+        GTEST_SKIP() << "the sanitizer takes descriptors for itself";
     const auto host = devices_->hostOnB();
     EXPECT_EQ(host->run(track_).back().id, kFinished);
     const int threads = processfacts::threads(host->workerPid());
