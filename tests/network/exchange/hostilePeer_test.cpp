@@ -5,6 +5,7 @@
 #include "network/discovery/PeerBudget.h"
 #include "support/LogCapture.h"
 #include "support/repetitions.h"
+#include "support/sanitizers.h"
 
 #include <QElapsedTimer>
 
@@ -189,9 +190,8 @@ class DescriptorsDeathTest : public ExchangeTest {
 protected:
     void SetUp() override
     {
-#ifdef __SANITIZE_ADDRESS__
-        GTEST_SKIP() << "the sanitizers' look at an object's type needs descriptors itself";
-#endif
+        if (testsupport::kIsSanitized)
+            GTEST_SKIP() << "the sanitizers' look at an object's type needs descriptors itself";
         GTEST_FLAG_SET(death_test_style, "threadsafe");
     }
 
